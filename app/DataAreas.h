@@ -1,0 +1,27 @@
+#pragma once
+// The display's data areas, which a restore empties before unpacking (and again after a
+// failed restore), and the marker that tells a restore is in progress.
+
+#include <QStringList>
+
+namespace DataAreas {
+
+// Directories whose contents a restore replaces; the directories themselves remain.
+constexpr const char HomeDataDirectory[] = "/home/data/";
+constexpr const char OemDataDirectory[] = "/opt/OEM/data/";
+// The configuration database, removed with the data areas whether or not it exists.
+constexpr const char ConfigurationDatabase[] = "/opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite";
+// Exists from just before the unpacking starts until the outcome has been shown; left
+// behind, it tells the display's other software that a restore was interrupted.
+constexpr const char RestoreMarker[] = "/home/data/qvb-restore-in-progress";
+
+// What ClearDataAreas removes, in removal order: the entries of HomeDataDirectory, then
+// those of OemDataDirectory (each unsorted, hidden and other system entries not listed),
+// then ConfigurationDatabase. Absolute paths.
+QStringList DataAreaEntries();
+
+// Removes every path of DataAreaEntries() with "rm -rf", one synchronous process per
+// path, each path handed over as a single argument. Exit statuses are ignored.
+void ClearDataAreas();
+
+} // namespace DataAreas

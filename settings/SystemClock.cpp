@@ -1,0 +1,69 @@
+#include "SystemClock.h"
+
+#include "SettingsFileReader.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+#include <cstdlib>
+#include <time.h>
+
+namespace SystemClock {
+namespace {
+
+const char ClockSettingsPath[] = "/etc/sysconfig/clock";
+const char LocalTimeLink[] = "/etc/sysconfig/localtime";
+const char ZoneInfoDirectory[] = "/usr/share/zoneinfo";
+
+} // namespace
+
+void SetTime(time_t t)
+{
+    // stime() is gone from the C library; clock_settime on the realtime clock does the
+    // same. Without the right to set the clock it fails, and that is ignored as before:
+    // the hardware clock is still asked to follow the system time.
+    const timespec now{t, 0};
+    (void)clock_settime(CLOCK_REALTIME, &now);
+    (void)std::system("hwclock --systohc --utc");
+}
+
+QString CurrentZone()
+{
+    QString zone;
+    Settings::ForEachLineButLast(QString::fromLatin1(ClockSettingsPath), [&zone](const QString &line) {
+        if (!line.contains(QLatin1String("ZONE=")))
+            return false;
+        zone = line.section(QLatin1Char('"'), 1, 1);
+        return true;
+    });
+    return zone;
+}
+
+QStringList AvailableZones()
+{
+    const QDir zoneInfo(QString::fromLatin1(ZoneInfoDirectory));
+    if (!zoneInfo.exists())
+        return {};
+    return zoneInfo.entryList(QDir::Files, QDir::Name);
+}
+
+void SetZone(const QString &zone)
+{
+    const QString settings = QStringLiteral("ZONE=\"%1\"\nUTC=true\nARC=false").arg(zone);
+    QFile file(QString::fromLatin1(ClockSettingsPath));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(settings.toLatin1());
+        file.close();
+    }
+
+    QProcess::execute(QStringLiteral("ln"),
+                      {QStringLiteral("-sf"), QStringLiteral("%1/%2").arg(QLatin1String(ZoneInfoDirectory), zone),
+                       QString::fromLatin1(LocalTimeLink)});
+
+    // The process's own local-time functions follow the new zone at once.
+    setenv("TZ", (QLatin1Char(':') + zone).toUtf8().constData(), 1);
+    tzset();
+}
+
+} // namespace SystemClock
