@@ -1,0 +1,5 @@
+#pragma once
+// The backup module's test classes, run one after the other by tst_backup.
+
+int RunVersionTests(int argc, char **argv);
+int RunGuidTests(int argc, char **argv);
