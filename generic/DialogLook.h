@@ -1,0 +1,35 @@
+#pragma once
+// The common look of the dialog family (used inside generic/ only).
+
+#include <QColor>
+
+class QStyle;
+class QWidget;
+
+namespace Generic {
+
+// Button colours of the family; captions are white on all of them.
+const QColor kAcceptColour(50, 181, 50);
+const QColor kCancelColour(181, 50, 50);
+const QColor kHelpColour(50, 120, 181);
+
+// Paints the widget's background with "/home/resources/image/DialogBackground.png", or
+// with the compiled-in picture when the display's resource folder lacks it.
+void ApplyDialogBackground(QWidget *widget);
+
+// Makes a contents frame a raised panel filled with the application palette.
+void ApplyContentsFrame(QWidget *frame);
+
+// The family's flat look on top of the application's style: command buttons are filled
+// with exactly their palette's Button colour (darker while pressed) and a progress bar's
+// chunk with exactly its Highlight colour, instead of the shaded gradients the stock
+// styles derive from those colours. One instance per process, owned by the application.
+QStyle *FlatStyle();
+
+// Gives a button its colour with a white caption, drawn by FlatStyle(). The colour is set for the active and
+// the inactive colour group: a display without a window manager does not always
+// activate the window on top, and a dialog's buttons must not turn grey for that. The
+// disabled group keeps the style's greyed look.
+void ColourButton(QWidget *button, const QColor &colour);
+
+} // namespace Generic
