@@ -3,3 +3,4 @@
 
 int RunVersionTests(int argc, char **argv);
 int RunGuidTests(int argc, char **argv);
+int RunHeaderTests(int argc, char **argv);
