@@ -4,3 +4,4 @@
 int RunVersionTests(int argc, char **argv);
 int RunGuidTests(int argc, char **argv);
 int RunHeaderTests(int argc, char **argv);
+int RunMakeBackupTests(int argc, char **argv);

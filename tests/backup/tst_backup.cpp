@@ -8,7 +8,7 @@ int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     int failures = 0;
-    for (auto run : {RunVersionTests, RunGuidTests, RunHeaderTests})
+    for (auto run : {RunVersionTests, RunGuidTests, RunHeaderTests, RunMakeBackupTests})
         failures += run(argc, argv);
     return failures == 0 ? 0 : 1;
 }
