@@ -1,0 +1,101 @@
+#include "RestoreInterface.h"
+
+#include "DataAreas.h"
+#include "ExtractArchive.h"
+#include "FileHelpers.h"
+#include "MessageDialog.h"
+#include "ProgressDialog.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <exception>
+
+RestoreInterface::RestoreInterface(QObject *parent) : QObject(parent) {}
+
+RestoreInterface::~RestoreInterface() = default;
+
+void RestoreInterface::StartRestore(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        // Not fatal on purpose: the restore goes on, the data areas are emptied and the
+        // job reports the failure, so the display never keeps a half-trusted state.
+        const QString title = QCoreApplication::translate("Dialog Title", "Restore Memory");
+        const QString text =
+            QCoreApplication::translate("File Info", "Cannot open file %1").arg(path, 0, QLatin1Char(' '));
+        Generic::MessageDialog::ShowInformation(title, text);
+    }
+
+    // Only the header's length matters here (where the body starts) and, for header
+    // version 2, the body's stored digest; the read status is not looked at. A file of
+    // any content must not stop the restore, and the header reader lets one malformed
+    // version-2 header escape as an exception: the fields read so far are kept then.
+    try {
+        Backup::ReadFileHeader(header, &file);
+    } catch (const std::exception &) {
+    }
+    file.close();
+
+    auto extract = std::make_unique<Archive::ExtractArchive>(
+        QStringLiteral("/"), path, qint64(header.HeaderLength()), nullptr);
+    // A version-2 header records the body's MD5 digest when the backup was written: the
+    // job checks the body against it while unpacking, so a body damaged since (flipped
+    // bytes that the gzip layer does not notice) ends as a failure, not as "restored".
+    if (header.HeaderVersion() == 2) {
+        const std::vector<std::uint8_t> digest = header.Checksum();
+        extract->SetExpectedDigest(QByteArray(reinterpret_cast<const char *>(digest.data()),
+                                              int(digest.size())));
+    }
+    job = std::move(extract);
+
+    dialog = new Generic::ProgressDialog(nullptr);
+    dialog->SetTitle(QCoreApplication::translate("Dialog Title", "Restore Memory"));
+    dialog->SetText(QCoreApplication::translate(
+        "Setup Text",
+        "Please wait while the memory is being restored.  Do not remove the storage device.  "
+        "The application will resume when the restore is complete.  "
+        "(This may take several minutes.)"));
+
+    connect(job.get(), &Archive::ArchiveProcess::PercentProgress, dialog,
+            &Generic::ProgressDialog::SetProgressCount);
+    connect(job.get(), &QThread::finished, this, &RestoreInterface::RestoreFinished);
+
+    ClearDataAreas();
+    // After the clearing, which would remove it again.
+    TouchFile(QString::fromLatin1(DataAreas::RestoreMarker));
+
+    dialog->show();
+    job->start();
+}
+
+void RestoreInterface::ClearDataAreas()
+{
+    DataAreas::ClearDataAreas();
+}
+
+void RestoreInterface::RestoreFinished()
+{
+    if (dialog) {
+        dialog->accept();
+        dialog->deleteLater();
+        dialog = nullptr;
+    }
+
+    if (!job || job->GetResult() != Archive::ArchiveProcess::Ok) {
+        Generic::MessageDialog::ShowInformation(
+            QCoreApplication::translate("QVB restore failure", "QVB Restore Failed"),
+            QCoreApplication::translate(
+                "QVB restore failure",
+                "The process of restoring a backup file failed.  Please try restoring the backup again."));
+        // A failed restore leaves the data areas empty rather than half restored.
+        ClearDataAreas();
+    } else {
+        Generic::MessageDialog::ShowInformation(
+            QCoreApplication::translate("Restore Backup", "Backup Restored"),
+            QCoreApplication::translate("Restore Backup", "The system has been restored."));
+    }
+
+    QFile::remove(QString::fromLatin1(DataAreas::RestoreMarker));
+    deleteLater();
+}

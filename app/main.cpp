@@ -1,0 +1,47 @@
+// qvb-restore: restores a display data backup. Started with one argument, the path of the
+// backup file (typically on a removable storage device); shows the progress, then the
+// outcome, and ends when the outcome message has been dismissed. The exit status is that
+// of the event loop, 0 also after a failed restore: the message tells the user.
+
+#include "Language.h"
+#include "RestoreInterface.h"
+
+#include <QApplication>
+#include <QFont>
+#include <QString>
+
+namespace {
+
+// The display's embedded window system let a program pick its window decoration by name
+// before the application object existed. Qt 5 has no such request: its linuxfb and eglfs
+// platforms, which the display family runs on, draw no decorations at all, and under a
+// desktop X server the window manager alone decides. The step stays here, named, so that
+// the start-up keeps its order and a platform that gains decorations has its place.
+void RequestWindowDecoration(const QString &name)
+{
+    Q_UNUSED(name);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // The style and decoration are chosen by name before the application object exists.
+    QApplication::setStyle(QStringLiteral("talon_style"));
+    RequestWindowDecoration(QStringLiteral("talon_decoration"));
+
+    QApplication application(argc, argv);
+    Language::Initialize();
+
+    QFont font = QApplication::font();
+    font.setPointSize(16);
+    QApplication::setFont(font);
+
+    // Deletes itself once the restore has ended.
+    auto *restore = new RestoreInterface;
+    // No argument count check: without an argument argv[1] is the terminating null entry,
+    // an empty path, which the driver reports as a file it cannot open.
+    restore->StartRestore(QString::fromUtf8(argv[1]));
+
+    return application.exec();
+}
