@@ -8,6 +8,9 @@
 #include <QTextStream>
 #include <QTranslator>
 
+#include <memory>
+#include <vector>
+
 namespace Language {
 namespace {
 
@@ -49,8 +52,14 @@ unsigned currentIndex = 0;
 unsigned startupIndex = 0;
 // Kept only to be written back unchanged by Save.
 QString systemFontName;
-// Owned by the module; once installed it stays for the life of the process.
-QTranslator *translator = nullptr;
+// Translators the module installed. Once installed a translator is never removed; owning
+// it here only lets it be destroyed cleanly when the process ends. Initialize runs once,
+// so there is normally exactly one (none when no translation file was found).
+std::vector<std::unique_ptr<QTranslator>> &InstalledTranslators()
+{
+    static std::vector<std::unique_ptr<QTranslator>> translators;
+    return translators;
+}
 
 void ExamineLine(const QString &line)
 {
@@ -88,13 +97,13 @@ void Initialize()
     // Numbers and dates keep the US form in every language.
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
 
-    translator = new QTranslator;
+    auto translator = std::make_unique<QTranslator>();
+    // Qt tries translation_de_de.qm, translation_de_de, translation_de.qm, translation_de,
+    // translation.qm and translation in that directory.
     const QString fileName = QStringLiteral("translation_") + CurrentLocaleName().toLower();
     if (translator->load(fileName, QString::fromLatin1(TranslationDirectory))) {
-        QCoreApplication::installTranslator(translator);
-    } else {
-        delete translator;
-        translator = nullptr;
+        QCoreApplication::installTranslator(translator.get());
+        InstalledTranslators().push_back(std::move(translator));
     }
 
     startupIndex = currentIndex;
