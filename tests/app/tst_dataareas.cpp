@@ -43,7 +43,6 @@ private slots:
     void init() { Reset(); }
     void cleanup() { QDir::setCurrent(QStringLiteral("/")); }
 
-    void fixedPaths();
     void entriesInOrderWithDatabaseLast();
     void emptyAreasStillNameTheDatabase();
     void missingAreaListsNothing();
@@ -58,14 +57,6 @@ private slots:
 void DataAreasTest::initTestCase()
 {
     QVB_REQUIRE_THROWAWAY_ROOT();
-}
-
-void DataAreasTest::fixedPaths()
-{
-    QCOMPARE(QString::fromLatin1(DataAreas::HomeDataDirectory), QStringLiteral("/home/data/"));
-    QCOMPARE(QString::fromLatin1(DataAreas::OemDataDirectory), QStringLiteral("/opt/OEM/data/"));
-    QCOMPARE(QString::fromLatin1(DataAreas::ConfigurationDatabase), Database);
-    QCOMPARE(QString::fromLatin1(DataAreas::RestoreMarker), QStringLiteral("/home/data/qvb-restore-in-progress"));
 }
 
 void DataAreasTest::entriesInOrderWithDatabaseLast()
