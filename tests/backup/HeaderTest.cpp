@@ -111,14 +111,9 @@ private slots:
     void fixedTextReadingStopsAtNulAndKeepsWidth();
 
     // the common record
-    void freshRecord();
-    void defaultApplicationIsProcessWide();
-    void recordEquality();
     void fileTypeLookup_data();
     void fileTypeLookup();
     void fileTypeTableRoundTrip();
-    void setFileTypeOutsideTableChangesNothing();
-    void headerLengths();
     void writtenDateText();
 
     // layout of a written backup header
@@ -265,59 +260,6 @@ void TestHeader::fixedTextReadingStopsAtNulAndKeepsWidth()
 
 // ---- the common record ----
 
-void TestHeader::freshRecord()
-{
-    const DataFileHeader record(3);
-    QCOMPARE(QByteArray::fromStdString(record.Company()), QByteArray("NORTHFIELD TERMINALS"));
-    QCOMPARE(record.HeaderVersion(), 1);
-    QCOMPARE(QByteArray::fromStdString(record.VersionText()), QByteArray("0000000001"));
-    QCOMPARE(QByteArray::fromStdString(record.Manufacturer()), QByteArray("NORTHFIELD TERMINALS, INC."));
-    QCOMPARE(QByteArray::fromStdString(record.FileTypeName()), QByteArray("RM7700 BOUNDARY FILE"));
-    QVERIFY(record.IsFileType(3));
-    QCOMPARE(QByteArray::fromStdString(record.DateText()), QByteArray("0"));
-    QCOMPARE(QByteArray::fromStdString(record.ContentKind()), QByteArray(" "));
-    QVERIFY(record.Checksum().empty());
-    QCOMPARE(record.Timestamp(), std::time_t(0));
-    QVERIFY(record.IsValid());
-
-    const DataFileHeader none(-1);
-    QVERIFY(none.FileTypeName().empty());
-    QCOMPARE(none.FileType(), -1);
-}
-
-void TestHeader::defaultApplicationIsProcessWide()
-{
-    QVERIFY(DataFileHeader().Application().empty());
-    DataFileHeader::SetDefaultApplication("Field Mapper  with a name longer than its field");
-    const DataFileHeader record;
-    DataFileHeader::SetDefaultApplication(std::string());
-    QCOMPARE(QByteArray::fromStdString(record.Application()),
-             QByteArray("Field Mapper  with a name longer"));
-    QVERIFY(DataFileHeader().Application().empty());
-}
-
-void TestHeader::recordEquality()
-{
-    DataFileHeader a(24), b(24);
-    b.SetTimestamp(12345);
-    b.SetContentKind('\x05');
-    b.SetChecksum(Bytes("0123456789abcdef"));
-    QVERIFY(a == b); // timestamp, content kind and checksum are not compared
-
-    b.SetDateText("01012020010101AM");
-    QVERIFY(a != b);
-    b = a;
-    QVERIFY(a == b);
-    b.SetHeaderVersion(2);
-    QVERIFY(a != b);
-    b = a;
-    b.SetFileType(23);
-    QVERIFY(a != b);
-    b = a;
-    b.SetApplication("x");
-    QVERIFY(a != b);
-}
-
 void TestHeader::fileTypeLookup_data()
 {
     QTest::addColumn<QByteArray>("name");
@@ -371,10 +313,8 @@ void TestHeader::fileTypeTableRoundTrip()
     QCOMPARE(named, 29);
     QCOMPARE(DataFileHeader::FileTypeTableName(30), nullptr);
     QCOMPARE(DataFileHeader::FileTypeTableName(-1), nullptr);
-}
 
-void TestHeader::setFileTypeOutsideTableChangesNothing()
-{
+    // Outside the table nothing changes; -1 clears.
     DataFileHeader record(8);
     record.SetFileType(30);
     record.SetFileType(-2);
@@ -383,16 +323,6 @@ void TestHeader::setFileTypeOutsideTableChangesNothing()
     record.SetFileType(-1);
     QCOMPARE(record.FileType(), -1);
     QVERIFY(record.FileTypeName().empty());
-}
-
-void TestHeader::headerLengths()
-{
-    QCOMPARE(DataFileHeader::HeaderLength(1), 144);
-    QCOMPARE(DataFileHeader::HeaderLength(2), 164);
-    QCOMPARE(DataFileHeader::HeaderLength(3), 0);
-    QCOMPARE(DataFileHeader::BackupHeaderLength(1), 188);
-    QCOMPARE(DataFileHeader::BackupHeaderLength(2), 204);
-    QCOMPARE(DataFileHeader::BackupHeaderLength(0), 0);
 }
 
 void TestHeader::writtenDateText()

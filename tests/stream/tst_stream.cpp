@@ -1,7 +1,6 @@
 // The binary stream layer: encodings, byte order, failure state, skipping, the byte
 // observer and positions on Qt devices.
 
-#include "IoDeviceIntrospector.h"
 #include "QtStream.h"
 
 #include <QBuffer>
@@ -122,7 +121,6 @@ class TestStream : public QObject
 private slots:
     void encodings_data();
     void encodings();
-    void byteOrderIsLittleEndianUntilChanged();
     void bigEndianAppliesToBothDirections();
     void unknownByteOrderChangesNothing();
     void readPastEndYieldsZeroAndStaysFailed();
@@ -134,10 +132,8 @@ private slots:
     void observerSeesRequestedSizeOnRead();
     void observerSeesWrittenBytes();
     void streamStartsAtDeviceCurrentPosition();
-    void seekAndPositionFollowTheDevice();
     void positionsBeyondFourGiB();
     void inOutSharesPositionAndOrder();
-    void deviceStaysOpenAfterStream();
 };
 
 void TestStream::encodings_data()
@@ -193,21 +189,13 @@ void TestStream::encodings()
     QCOMPARE(back, value);
 }
 
-void TestStream::byteOrderIsLittleEndianUntilChanged()
-{
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadWrite));
-    Stream::QtOut out(&buffer);
-    QCOMPARE(out.ByteOrder(), Stream::LittleEndian);
-    QCOMPARE(int(out.ByteOrder()), 0);
-}
-
 void TestStream::bigEndianAppliesToBothDirections()
 {
     QBuffer buffer;
     QVERIFY(buffer.open(QIODevice::WriteOnly));
     {
         Stream::QtOut out(&buffer);
+        QCOMPARE(out.ByteOrder(), Stream::LittleEndian); // whatever the host
         QCOMPARE(out.SetByteOrder(Stream::BigEndian), Stream::BigEndian);
         QCOMPARE(int(out.ByteOrder()), 1);
         out.Write(std::uint32_t(2));
@@ -402,23 +390,6 @@ void TestStream::streamStartsAtDeviceCurrentPosition()
     QVERIFY(in.AtEnd());
 }
 
-void TestStream::seekAndPositionFollowTheDevice()
-{
-    QBuffer buffer;
-    buffer.setData(Hex("a0a1a2a3"));
-    QVERIFY(buffer.open(QIODevice::ReadWrite));
-    Stream::QtInOut io(&buffer);
-    QVERIFY(io.Seek(2));
-    QCOMPARE(buffer.pos(), 2);
-    std::uint8_t b = 0;
-    io.Read(b);
-    QCOMPARE(b, 0xa2u);
-    QVERIFY(io.Seek(0));
-    io.Write(std::uint8_t(0x55));
-    QCOMPARE(buffer.data().toHex(), QByteArray("55a1a2a3"));
-    QCOMPARE(io.Position(), 1u);
-}
-
 void TestStream::positionsBeyondFourGiB()
 {
     QTemporaryDir dir;
@@ -458,20 +429,10 @@ void TestStream::inOutSharesPositionAndOrder()
     std::uint32_t back = 0;
     in.Read(back);
     QCOMPARE(back, 0x01020304u);
-    QCOMPARE(buffer.data().toHex(), QByteArray("01020304"));
-}
-
-void TestStream::deviceStaysOpenAfterStream()
-{
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::ReadWrite));
-    {
-        Stream::QtOut out(&buffer);
-        out.Write(std::uint8_t(1));
-    }
-    QVERIFY(buffer.isOpen());
-    QCOMPARE(buffer.size(), 1);
-    QCOMPARE(buffer.write("x", 1), qint64(1));
+    QVERIFY(in.Seek(1));
+    out.Write(std::uint8_t(0x55));
+    QCOMPARE(buffer.data().toHex(), QByteArray("01550304"));
+    QCOMPARE(in.Position(), 2u);
 }
 
 QTEST_GUILESS_MAIN(TestStream)
