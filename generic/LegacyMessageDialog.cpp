@@ -10,6 +10,11 @@ namespace Generic {
 LegacyMessageDialog::LegacyMessageDialog(QWidget *parent, int mode, Images::Type icon)
     : Dialog(parent)
 {
+    // SetButtonInfo may be called through a queued connection.
+    static const int buttonType =
+        qRegisterMetaType<Generic::LegacyMessageDialog::Button>("Generic::LegacyMessageDialog::Button");
+    Q_UNUSED(buttonType)
+
     setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
     ApplyDialogBackground(this);
