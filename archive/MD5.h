@@ -1,0 +1,23 @@
+#pragma once
+// The MD5 message digest of RFC 1321 as three plain functions over a small context:
+// initialise, feed data of any length in any number of pieces, finalise into 16 bytes.
+// The result does not depend on the host's byte order.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Archive {
+
+struct MD5Context
+{
+    std::uint32_t state[4];
+    std::uint64_t bitCount;      // message length in bits, modulo 2^64
+    unsigned char buffer[64];    // a started, not yet complete 64-byte block
+};
+
+void MD5Init(MD5Context &context);
+void MD5Update(MD5Context &context, const void *data, std::size_t length);
+// Writes the digest to digest[0..15]. The context must be initialised again before reuse.
+void MD5Final(MD5Context &context, unsigned char digest[16]);
+
+} // namespace Archive
