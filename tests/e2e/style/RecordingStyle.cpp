@@ -8,22 +8,26 @@
 // for testing.
 //
 // The file is named by QVB_STYLE_LOG (default /tmp/talon_style.log). One line per fact,
-// fields separated by tabs, tabs/newlines/backslashes in texts escaped:
-//   shown  <window> <class> <x> <y> <width> <height> <app font pt>
+// fields separated by tabs, tabs/newlines/backslashes in texts escaped. <window> names one
+// showing of a top-level window (win1, win2, ...):
+//   shown  <window> <class> <x> <y> <width> <height> <app font pt>   (when it is shown)
 //   title  <window> <text>
-//   label  <window> <object name> <font pt> <text>
-//   button <window> <object name> <centre x> <centre y> <text>
-//   bar    <window> <object name> <value>
-//   painted <window> <ms>     (after the window's first paint since it was shown;
-//                             <ms> is the wall clock in milliseconds since 1970)
+//   label  <window> <object name> <font pt> <text>    (each visible label with a text)
+//   bar    <window> <object name> <value>             (each visible progress bar)
+//   button <window> <object name> <centre x> <centre y> <text>   (after the first paint,
+//                                                     when the layout has settled)
+//   painted <window> <ms>     after the window's first paint; <ms> is the wall clock in
+//                             milliseconds since 1970. A window hidden before it was ever
+//                             painted (the user never saw it) has no such line.
 //   hidden <window> <class>
-//   progress <value>          (each value any progress bar takes)
+//   progress <value>          each value any progress bar takes
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QByteArray>
 #include <QDateTime>
 #include <QEvent>
+#include <QHash>
 #include <QLabel>
 #include <QPointer>
 #include <QProgressBar>
@@ -45,11 +49,6 @@ QString Escaped(QString text)
     text.replace(QLatin1Char('\t'), QLatin1String("\\t"));
     text.replace(QLatin1Char('\n'), QLatin1String("\\n"));
     return text;
-}
-
-QString WindowId(const QWidget *window)
-{
-    return QStringLiteral("w%1").arg(reinterpret_cast<quintptr>(window), 0, 16);
 }
 
 class Recorder : public QObject
@@ -81,22 +80,27 @@ public:
         if (!widget || !widget->isWindow())
             return false;
         switch (event->type()) {
-        case QEvent::Show:
+        case QEvent::Show: {
+            const QString id = QStringLiteral("win%1").arg(++showings);
+            windowIds.insert(widget, id);
             awaitingPaint.insert(widget);
+            WriteTexts(widget, id);
             break;
+        }
         case QEvent::Paint:
             if (awaitingPaint.remove(widget)) {
                 // Report once the paint has reached the screen: after this event.
                 QPointer<QWidget> window(widget);
-                QTimer::singleShot(0, this, [this, window] {
+                const QString id = windowIds.value(widget);
+                QTimer::singleShot(0, this, [this, window, id] {
                     if (window && window->isVisible())
-                        Dump(window);
+                        WritePainted(window, id);
                 });
             }
             break;
         case QEvent::Hide:
             awaitingPaint.remove(widget);
-            Write({QStringLiteral("hidden"), WindowId(widget),
+            Write({QStringLiteral("hidden"), windowIds.take(widget),
                    QString::fromLatin1(widget->metaObject()->className())});
             break;
         default:
@@ -127,9 +131,8 @@ private:
         (void)ignored;
     }
 
-    void Dump(QWidget *window)
+    void WriteTexts(QWidget *window, const QString &id)
     {
-        const QString id = WindowId(window);
         const QRect frame = window->frameGeometry();
         Write({QStringLiteral("shown"), id,
                QString::fromLatin1(window->metaObject()->className()),
@@ -145,15 +148,23 @@ private:
                 if (!label->text().isEmpty())
                     Write({QStringLiteral("label"), id, label->objectName(),
                            QString::number(label->font().pointSize()), Escaped(label->text())});
-            } else if (auto *button = qobject_cast<QAbstractButton *>(child)) {
-                const QPoint centre = button->mapToGlobal(button->rect().center());
-                Write({QStringLiteral("button"), id, button->objectName(),
-                       QString::number(centre.x()), QString::number(centre.y()),
-                       Escaped(button->text())});
             } else if (auto *bar = qobject_cast<QProgressBar *>(child)) {
                 Write({QStringLiteral("bar"), id, bar->objectName(),
                        QString::number(bar->value())});
             }
+        }
+    }
+
+    void WritePainted(QWidget *window, const QString &id)
+    {
+        const auto buttons = window->findChildren<QAbstractButton *>();
+        for (QAbstractButton *button : buttons) {
+            if (!button->isVisibleTo(window))
+                continue;
+            const QPoint centre = button->mapToGlobal(button->rect().center());
+            Write({QStringLiteral("button"), id, button->objectName(),
+                   QString::number(centre.x()), QString::number(centre.y()),
+                   Escaped(button->text())});
         }
         Write({QStringLiteral("painted"), id,
                QString::number(QDateTime::currentMSecsSinceEpoch())});
@@ -162,6 +173,8 @@ private:
     int fd = -1;
     bool filterInstalled = false;
     QSet<QWidget *> awaitingPaint;
+    QHash<QWidget *, QString> windowIds;
+    int showings = 0;
 };
 
 class RecordingStyle : public QProxyStyle

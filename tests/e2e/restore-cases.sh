@@ -1,0 +1,347 @@
+#!/usr/bin/env bash
+# End-to-end cases of qvb-restore: the program as installed for a display, started inside a
+# throwaway root (tools/in-root) on real backups made here with bsdtar and qvb-make-backup,
+# under an X server of its own, its buttons pressed with the mouse (tools/e2e/drive-restore).
+# The recording test style tells what the dialogs showed; the root's data areas are then
+# compared with what the archive holds. The host is never touched: every root is a
+# temporary directory, removed at the end.
+#
+#   restore-cases.sh CASE
+#
+# Environment (set by CTest): QVB_SOURCE_DIR, QVB_BUILD_DIR, QVB_IN_ROOT, QVB_E2E_STAGE (the
+# staged installation), QVB_E2E_PLUGINS, QVB_MAKE_BACKUP.
+set -euo pipefail
+
+case_name=${1:?usage: restore-cases.sh CASE}
+source "$QVB_SOURCE_DIR/tools/e2e/lib.sh"
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/qvb-e2e-$case_name.XXXXXX")
+trap 'rm -rf --one-file-system "$work"' EXIT
+root=$work/root
+out=$root/tmp/qvb-drive
+program=${QVB_E2E_STAGE:-}/usr/bin/qvb-restore
+backup=/media/usb/backup.qvb    # where the backup lies inside the root
+
+passed=0
+failed=0
+check() { # DESCRIPTION COMMAND...: one verdict
+  local what=$1
+  shift
+  if "$@"; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+    echo "FAILED: $what" >&2
+  fi
+}
+same() { # EXPECTED-FILE ACTUAL-FILE: equal, or show how they differ
+  diff -u "$1" "$2" >&2
+}
+finish() {
+  if [ "$failed" -gt 0 ] && [ -d "$out" ]; then
+    echo "--- what the program showed:" >&2
+    qvb_dialogs "$out/style.log" >&2 || true
+    echo "--- driver events:" >&2
+    cat "$out/events" >&2 || true
+    tail -n 20 "$out/program.out" >&2 || true
+  fi
+  echo "$passed passed, $failed failed"
+  [ "$failed" -eq 0 ]
+}
+
+# --- texts the program shows ---------------------------------------------------------------
+progress_en="Generic::ProgressDialog|Restore Memory|Please wait while the memory is being restored.  Do not remove the storage device.  The application will resume when the restore is complete.  (This may take several minutes.)"
+restored_en="Generic::MessageDialog|Backup Restored|The system has been restored."
+failed_en="Generic::MessageDialog|QVB Restore Failed|The process of restoring a backup file failed.  Please try restoring the backup again."
+cannot_open_en() { echo "Generic::MessageDialog|Restore Memory|Cannot open file $1"; }
+progress_de="Generic::ProgressDialog|Speicher wiederherstellen|Bitte warten Sie, während der Speicher wiederhergestellt wird.  Entfernen Sie das Speichermedium nicht.  Die Anwendung wird fortgesetzt, sobald die Wiederherstellung abgeschlossen ist.  (Dies kann einige Minuten dauern.)"
+restored_de="Generic::MessageDialog|Sicherung wiederhergestellt|Das System wurde wiederhergestellt."
+failed_de="Generic::MessageDialog|QVB-Wiederherstellung fehlgeschlagen|Das Wiederherstellen der Sicherungsdatei ist fehlgeschlagen.  Bitte versuchen Sie erneut, die Sicherung wiederherzustellen."
+cannot_open_de() { echo "Generic::MessageDialog|Speicher wiederherstellen|Datei $1 kann nicht geöffnet werden"; }
+
+# --- building blocks -----------------------------------------------------------------------
+
+# make_backup FORMAT OBJECTS MAP_MB [qvb-make-backup options]: a sample tree packed as FORMAT
+# and wrapped as the backup inside the root; the body stays in $work/body.
+make_backup() {
+  local format=$1 objects=$2 map_mb=$3
+  shift 3
+  "$qvb_e2e_dir/make-sample-tree" "$work/tree" "$objects" "$map_mb"
+  qvb_make_body "$work/tree" "$format" "$work/body"
+  mkdir -p "$root/media/usb"
+  qvb_make_backup "$work/body" "$root$backup" "$@"
+}
+
+# expected_after_success BODY: the data areas a successful restore leaves: what the body
+# holds plus the hidden entries that were there before.
+expected_after_success() {
+  rm -rf "$work/reference"
+  qvb_reference_extract "$1" "$work/reference"
+  { qvb_manifest "$work/reference"; qvb_hidden_manifest "$root"; } | LC_ALL=C sort > "$work/expected"
+}
+
+# run_program [drive-restore options] [-- ARG...]: the installed program in the root.
+run_program() {
+  local -a opts=() args=()
+  while [ $# -gt 0 ] && [ "$1" != -- ]; do opts+=("$1"); shift; done
+  [ $# -gt 0 ] && { shift; args=("$@"); }
+  qvb_hidden_manifest "$root" > "$work/hidden-before"
+  qvb_run_in_root "$root" --timeout 120 "${opts[@]}" -- "$program" "${args[@]}"
+}
+
+expect_exit() { [ "$(cat "$out/exit-status" 2> /dev/null)" = "$1" ]; }
+marker_gone() { [ ! -e "$root/home/data/qvb-restore-in-progress" ] && [ ! -L "$root/home/data/qvb-restore-in-progress" ]; }
+decoys_intact() {
+  [ "$(cat "$root/home/other/keep.txt")" = decoy ] && [ "$(cat "$root/home/data-decoy.txt")" = decoy ]
+}
+dialogs_are() { # EXPECTED-LINE...: the windows shown, in order, are exactly these
+  printf '%s\n' "$@" > "$work/dialogs-expected"
+  qvb_dialogs "$out/style.log" > "$work/dialogs-actual"
+  same "$work/dialogs-expected" "$work/dialogs-actual"
+}
+data_areas_as_expected() {
+  qvb_manifest "$root" > "$work/actual"
+  same "$work/expected" "$work/actual"
+}
+only_hidden_left() { # nothing but the hidden entries, unchanged; no database
+  qvb_visible_entries "$root" > "$work/visible"
+  [ ! -s "$work/visible" ] || { echo "left in the data areas:" >&2; head "$work/visible" >&2; return 1; }
+  qvb_hidden_manifest "$root" > "$work/hidden-after"
+  same "$work/hidden-before" "$work/hidden-after"
+}
+font_is_16pt() { # the application font, and the text of every dialog, are 16 point
+  awk -F'\t' '$1 == "shown" && $8 != 16 { bad = 1 }
+              $1 == "label" && $3 != "labelTitle" && $4 != 16 { bad = 1 }
+              END { exit bad }' "$out/style.log"
+}
+
+expect_success() { # the checks of every successful restore
+  check "exit status 0" expect_exit 0
+  check "progress dialog, then \"Backup Restored\"" dialogs_are "$progress_en" "$restored_en"
+  check "data areas hold exactly the archive plus the hidden old entries" data_areas_as_expected
+  check "restore marker removed" marker_gone
+  check "nothing outside the data areas touched" decoys_intact
+}
+
+expect_failure() { # [FIRST-DIALOG]: the checks of every failed restore
+  local -a shown=()
+  [ $# -gt 0 ] && shown+=("$1")
+  shown+=("$progress_en" "$failed_en")
+  check "exit status 0" expect_exit 0
+  check "dialogs: ${shown[*]}" dialogs_are "${shown[@]}"
+  check "data areas empty apart from hidden entries" only_hidden_left
+  check "restore marker removed" marker_gone
+  check "nothing outside the data areas touched" decoys_intact
+}
+
+# flip_bytes FILE OFFSET COUNT: inverts COUNT bytes in place.
+flip_bytes() {
+  local file=$1 offset=$2 count=$3 b escaped=""
+  for b in $(od -An -tu1 -v -j "$offset" -N "$count" "$file"); do
+    escaped+=$(printf '\\x%02x' $((255 - b)))
+  done
+  printf "$escaped" | dd of="$file" bs=1 seek="$offset" conv=notrunc status=none
+}
+
+# damage_inside_stored_data BODY: flips bytes of a tar.gz body where gzip keeps an
+# incompressible map file as stored blocks, at a place where bsdtar still reads the whole
+# archive and exits 0 (it does not check the gzip CRC) while gzip -t reports the damage.
+# Prints the offset used.
+damage_inside_stored_data() {
+  local body=$1 size offset tries
+  size=$(stat -c %s "$body")
+  for tries in $(seq 0 30); do
+    offset=$((size / 3 + tries * 40961))
+    cp "$body" "$work/damaged"
+    flip_bytes "$work/damaged" "$offset" 8
+    rm -rf "$work/probe" && mkdir -p "$work/probe"
+    if LC_ALL=C.UTF-8 bsdtar -xpf "$work/damaged" -C "$work/probe" 2> /dev/null &&
+       ! gzip -t < "$work/damaged" 2> /dev/null; then
+      echo "$offset"
+      return 0
+    fi
+  done
+  echo "no place found where the damage goes unnoticed by bsdtar" >&2
+  return 1
+}
+
+# --- the cases -------------------------------------------------------------------------------
+
+case_install_layout() {
+  rm -rf "$QVB_E2E_STAGE"
+  DESTDIR=$QVB_E2E_STAGE cmake --install "$QVB_BUILD_DIR" --prefix /usr > "$work/install.log"
+  (cd "$QVB_E2E_STAGE" && find . ! -type d | sed 's|^\./||' | LC_ALL=C sort) > "$work/installed"
+  {
+    echo usr/bin/qvb-restore
+    for ts in "$QVB_SOURCE_DIR"/resources/translations/translation_*.ts; do
+      echo "home/resources/language/$(basename "${ts%.ts}").qm"
+    done
+  } | LC_ALL=C sort > "$work/wanted"
+  check "installs the program and the compiled translations, nothing else" same "$work/wanted" "$work/installed"
+  check "the program is an executable" test -x "$QVB_E2E_STAGE/usr/bin/qvb-restore"
+  check "the installed program does not look into the build tree for libraries" \
+    bash -c "! readelf -d '$QVB_E2E_STAGE/usr/bin/qvb-restore' | grep -E 'R(UN)?PATH' | grep -q '$QVB_BUILD_DIR'"
+  /usr/lib/qt5/bin/lconvert -i "$QVB_E2E_STAGE/home/resources/language/translation_de_de.qm" -o "$work/de.ts"
+  check "the German translation carries the outcome texts" grep -q "Sicherung wiederhergestellt" "$work/de.ts"
+}
+
+case_success_v2_targz() {
+  make_backup tar.gz 40 2
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  run_program -- "$backup"
+  expect_success
+  check "16-point application font in every dialog" font_is_16pt
+  check "a non-ASCII name with blanks restored" \
+    test -f "$root/home/data/Aufträge & Kunden/Müller Hof/Feld Süd – Mais.txt"
+}
+
+case_success_v1_tar() {
+  make_backup tar 40 2 --header-version 1
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  run_program -- "$backup"
+  expect_success
+  check "hard link restored as a link" \
+    test "$root/home/data/logs/system.log" -ef "$root/home/data/logs/system.log.1"
+}
+
+case_fail_damaged_body() {
+  # A gzip body overwritten part way: the unpacking stops with an error after earlier
+  # entries were already written, and those must go again.
+  make_backup tar.gz 300 4 --header-version 1
+  local size
+  size=$(stat -c %s "$root$backup")
+  head -c 65536 /dev/zero | dd of="$root$backup" bs=1 seek=$((size * 2 / 3)) conv=notrunc status=none
+  check "precondition: bsdtar fails on the damaged body" \
+    bash -c "! tail -c +189 '$root$backup' | LC_ALL=C.UTF-8 bsdtar -tf - > /dev/null 2>&1"
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+}
+
+case_fail_truncated() {
+  make_backup tar.gz 100 4
+  truncate -s $(($(stat -c %s "$root$backup") / 2)) "$root$backup"
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+}
+
+case_fail_random_bytes() {
+  mkdir -p "$root/media/usb"
+  head -c 300000 /dev/urandom > "$root$backup"
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+}
+
+case_fail_missing_path() {
+  qvb_prepare_root "$root"
+  run_program -- "/media/usb/no such backup.qvb"
+  expect_failure "$(cannot_open_en "/media/usb/no such backup.qvb")"
+}
+
+case_fail_no_argument() {
+  qvb_prepare_root "$root"
+  run_program
+  expect_failure "$(cannot_open_en "")"
+}
+
+case_interrupted() {
+  # Many small entries make the unpacking take a good while; the program is killed as
+  # soon as its progress bar has moved.
+  make_backup tar.gz 1500 16
+  qvb_prepare_root "$root"
+  run_program --kill-at 5 -- "$backup"
+  check "killed by the signal" expect_exit 137
+  check "killed while the progress dialog was up, before any outcome" dialogs_are "$progress_en"
+  check "the restore marker stays behind" test -e "$root/home/data/qvb-restore-in-progress"
+  check "old visible entries were already wiped" test ! -e "$root/home/data/old name with blanks.txt"
+}
+
+case_german() {
+  mkdir -p "$root/etc/sysconfig" "$root/home/resources/language"
+  printf 'LANG="de_DE.UTF-8"\nSYSFONT="latarcyrheb-sun16"\n\n' > "$root/etc/sysconfig/i18n"
+  cp "$QVB_E2E_STAGE"/home/resources/language/translation_de_de.qm "$root/home/resources/language/"
+  make_backup tar.gz 20 1
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  run_program -- "$backup"
+  check "exit status 0" expect_exit 0
+  check "German progress dialog and success message" dialogs_are "$progress_de" "$restored_de"
+  check "data areas restored" data_areas_as_expected
+  cp -a "$out" "$work/first-run"
+  # The failure path in German: a backup that is not there.
+  run_program -- /media/usb/fehlt.qvb
+  check "exit status 0" expect_exit 0
+  check "German open failure, progress dialog and failure message" \
+    dialogs_are "$(cannot_open_de /media/usb/fehlt.qvb)" "$progress_de" "$failed_de"
+  check "data areas empty apart from hidden entries" only_hidden_left
+  check "restore marker removed" marker_gone
+}
+
+case_progress_large() {
+  make_backup tar.gz 300 40
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  run_program -- "$backup"
+  expect_success
+  qvb_progress_values "$out/style.log" > "$work/progress"
+  check "at least three distinct percentages shown" \
+    test "$(sort -un "$work/progress" | wc -l)" -ge 3
+  check "percentages never go back" bash -c "sort -n -c '$work/progress'"
+  check "the bar reaches at least 95" test "$(sort -n "$work/progress" | tail -n 1)" -ge 95
+}
+
+utf8_names_case() { # FORMAT: a body of that format with UTF-8 names, no locale set
+  make_backup "$1" 30 1
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  check "precondition: the body holds non-ASCII names" \
+    bash -c "LC_ALL=C.UTF-8 bsdtar -tf '$work/body' | grep -q 'Feld Süd – Mais.txt'"
+  run_program -- "$backup"
+  expect_success
+}
+case_utf8_pax() { utf8_names_case pax; }
+case_utf8_zip() { utf8_names_case zip; }
+case_utf8_7zip() { utf8_names_case 7zip; }
+
+case_digest_mismatch() {
+  "$qvb_e2e_dir/make-sample-tree" "$work/tree" 20 3
+  qvb_make_body "$work/tree" tar.gz "$work/body"
+  mkdir -p "$root/media/usb"
+  qvb_make_backup "$work/body" "$root$backup"     # digest of the good body
+  local offset
+  offset=$(damage_inside_stored_data "$work/body")
+  flip_bytes "$root$backup" $((204 + offset)) 8
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+}
+
+differs_from_intact() {
+  qvb_manifest "$work/intact" > "$work/intact-manifest"
+  ! cmp -s "$work/intact-manifest" "$work/actual"
+}
+
+case_digest_empty() {
+  # The same damage with no stored digest: nothing can tell, so the restore ends as it
+  # always did, with the damaged data in place.
+  "$qvb_e2e_dir/make-sample-tree" "$work/tree" 20 3
+  qvb_make_body "$work/tree" tar.gz "$work/body"
+  local offset
+  offset=$(damage_inside_stored_data "$work/body")
+  mkdir -p "$root/media/usb"
+  qvb_make_backup "$work/damaged" "$root$backup" --no-digest
+  qvb_prepare_root "$root"
+  expected_after_success "$work/damaged"
+  run_program -- "$backup"
+  expect_success
+  rm -rf "$work/intact" && qvb_reference_extract "$work/body" "$work/intact"
+  check "the restored data differ from the intact backup's" differs_from_intact
+}
+
+type "case_$case_name" > /dev/null 2>&1 || { echo "unknown case $case_name" >&2; exit 2; }
+"case_$case_name"
+finish
