@@ -17,6 +17,7 @@
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QObject>
 #include <QStringList>
 
@@ -51,7 +52,10 @@ int main(int argc, char **argv)
     if (!offsetOk || offset < 0)
         return Usage();
 
-    Archive::ExtractArchive job(arguments.at(0), arguments.at(1), offset);
+    // The job looks a relative archive path up after moving into the destination, so
+    // both are made absolute here.
+    Archive::ExtractArchive job(QFileInfo(arguments.at(0)).absoluteFilePath(),
+                                QFileInfo(arguments.at(1)).absoluteFilePath(), offset);
     if (!expectedDigest.isEmpty())
         job.SetExpectedDigest(expectedDigest);
 
