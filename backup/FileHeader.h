@@ -70,6 +70,14 @@ public:
     Status Check(const std::string &product, std::uint32_t productCode,
                  const std::string &variant, std::uint32_t softwareVersion);
 
+    // Judges whether the archive body of the backup file at path is intact, for a header
+    // read from that file: header version 1 by testing the body as a gzip stream (the
+    // test program's exit code is not judged), any other version by the body's MD5 digest
+    // against the stored checksum, compared over the stored length only (an empty one
+    // matches any completed digest). Blocks the calling thread until the check has ended.
+    // Defined with the archive jobs (BackupDataCheck.cpp).
+    bool VerifyData(const QString &path) const;
+
     Status GetStatus() const { return m_status; }
     // Bytes from the start of the file to the archive body; 0 until a backup header with
     // header version 1 or 2 has been read.
