@@ -307,7 +307,9 @@ int MakeTree(const std::string &size, std::uint64_t seed, const fs::path &root)
     // The handful of small settings and database files every display has.
     writer.File(oem / "config/display.ini",
                 "[Display]\nBrightness=80\nUnits=metric\nLanguage=en_US\n", kBaseTime, 0644);
-    writer.File(oem / "config/dbmain.sqlite", Coverage(random, 256 << 10), kBaseTime, 0600);
+    // The configuration database lives outside the data areas and is restored all the same.
+    writer.File(root / "opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite",
+                Coverage(random, 256 << 10), kBaseTime, 0600);
     writer.File(data / "settings/implements.xml", ObjectRecord(random, Guid(random), 0), kBaseTime);
     writer.Directory(data / "export", kBaseTime);
     writer.Directory(data / "objects", kBaseTime);
