@@ -39,10 +39,12 @@ public:
     explicit OpenDescriptors(const QString &filePath)
     {
         const int file = ::open(filePath.toUtf8().constData(), O_RDWR | O_CREAT, 0600);
-        if (file >= 0) {
+        // Moved to 7 unless that number is already taken by something of Qt's.
+        if (file >= 0 && file != 7 && ::fcntl(7, F_GETFD) < 0) {
             fds << ::dup2(file, 7);
-            if (file != 7)
-                ::close(file);
+            ::close(file);
+        } else if (file >= 0) {
+            fds << file;
         }
         int pipeEnds[2];
         if (::pipe(pipeEnds) == 0)
@@ -91,8 +93,7 @@ void TestProcess::childSeesOnlyStandardDescriptors()
     const QString heldFile = dir.filePath(QStringLiteral("held-open"));
     OpenDescriptors held(heldFile);
     QCOMPARE(held.fds.size(), 5);
-    QVERIFY(held.fds.contains(7));
-    QVERIFY(::fcntl(7, F_GETFD) >= 0);
+    const int heldFileFd = held.fds.first();
 
     // Control: a plain QProcess hands the same descriptors on, so the listing below can
     // see a leak when there is one.
@@ -100,7 +101,7 @@ void TestProcess::childSeesOnlyStandardDescriptors()
     plain.start(QStringLiteral("/bin/ls"), {QStringLiteral("-l"), QStringLiteral("/proc/self/fd")});
     QVERIFY(plain.waitForFinished(30000));
     const QMap<int, QString> leaked = ParseFdListing(plain.readAllStandardOutput());
-    QVERIFY2(leaked.value(7).endsWith(QStringLiteral("held-open")), qPrintable(leaked.value(7)));
+    QVERIFY2(leaked.value(heldFileFd).endsWith(QStringLiteral("held-open")), qPrintable(leaked.value(heldFileFd)));
 
     QtTools::Process process(QStringLiteral("/bin/ls"),
                              {QStringLiteral("-l"), QStringLiteral("/proc/self/fd")});
