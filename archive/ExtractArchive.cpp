@@ -241,11 +241,14 @@ class BodySource
 public:
     enum class DigestOutcome { Complete, ReadError, Cancelled };
 
-    BodySource(int fd, bool digest)
+    // `mirror` follows the descriptor's position for the progress report.
+    BodySource(int fd, bool digest, qint64 *mirror)
         : fd(fd)
+        , mirror(mirror)
     {
         const off_t at = ::lseek(fd, 0, SEEK_CUR);
-        bodyStart = position = streamed = at < 0 ? 0 : at;
+        bodyStart = streamed = at < 0 ? 0 : at;
+        MovedTo(bodyStart);
         if (digest)
             pipeline.reset(new DigestPipeline);
     }
@@ -329,11 +332,17 @@ private:
             count = ::read(fd, target, size);
         while (count < 0 && errno == EINTR);
         if (count > 0) {
-            position += count;
+            MovedTo(position + count);
             if (StreamIntact())
                 streamed += count;
         }
         return count;
+    }
+
+    void MovedTo(off_t at)
+    {
+        position = at;
+        *mirror = at;
     }
 
     void CheckStreamContinues()
@@ -379,7 +388,7 @@ private:
             if (after < 0)
                 return 0; // libarchive then reads and discards instead
             const la_int64_t skipped = after - position;
-            position = after;
+            MovedTo(after);
             return skipped;
         }
         // The digest must see every byte, so skipping means reading.
@@ -435,11 +444,12 @@ private:
             archive_set_error(reader, errno, "Cannot seek in the archive");
             return ARCHIVE_FATAL;
         }
-        position = reached;
+        MovedTo(reached);
         return reached - bodyStart;
     }
 
     const int fd;
+    qint64 *const mirror;
     off_t bodyStart = 0;
     off_t position = 0;  // the descriptor's position, kept without asking the system
     off_t streamed = 0;  // where the bytes that went through the digest end
@@ -519,9 +529,14 @@ void ExtractArchive::ReportProgress(void *job)
 void ExtractArchive::EmitProgress()
 {
     // The position up to which the reader has read, header included: the percentage
-    // starts at the header's share of the file and ends at about 100.
+    // starts at the header's share of the file and ends at about 100. The library calls
+    // this for every block it writes; the reading side's own account of the position
+    // tells when the percentage may have moved, and only then is the descriptor asked.
+    const qint64 step = progressStep.load();
+    if (static_cast<int>(readPosition / step) == lastPercent)
+        return;
     const qint64 position = ::lseek(fileDescriptor.load(), 0, SEEK_CUR);
-    const int percent = static_cast<int>(position / progressStep.load());
+    const int percent = static_cast<int>(position / step);
     if (percent == lastPercent)
         return;
     lastPercent = percent;
@@ -552,7 +567,7 @@ void ExtractArchive::run()
     // Before the reader exists: libarchive settles a handle's character set on first use.
     const Utf8CharacterTypeForThisThread utf8Names;
     const bool checkDigest = !expectedDigest.isEmpty();
-    BodySource body(file.Get(), checkDigest);
+    BodySource body(file.Get(), checkDigest, &readPosition);
 
     int status = ARCHIVE_OK;
     bool stoppedOnRequest = false;
