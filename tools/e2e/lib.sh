@@ -56,13 +56,16 @@ qvb_manifest() {
     local -a areas=()
     for a in home/data opt/OEM/data; do [ -d "$a" ] && areas+=("$a"); done
     {
-      [ ${#areas[@]} -gt 0 ] && find "${areas[@]}" -mindepth 1 \
+      if [ ${#areas[@]} -gt 0 ]; then find "${areas[@]}" -mindepth 1 \
         \( -type f -printf 'M\t%p\tf\t%m\t%U:%G\t%T@\t%s\t-\t%n\n' \) -o \
         \( -type l -printf 'M\t%p\tl\t%m\t%U:%G\t%T@\t-\t%l\t-\n' \) -o \
         \( -printf 'M\t%p\t%y\t%m\t%U:%G\t%T@\t-\t-\t-\n' \)
-      [ -e "$qvb_database" ] && find "$qvb_database" -printf 'M\t%p\tf\t%m\t%U:%G\t%T@\t%s\t-\t%n\n'
-      [ ${#areas[@]} -gt 0 ] && find "${areas[@]}" -mindepth 1 -type f -exec md5sum {} + | sed 's/^/D\t/'
-      [ -f "$qvb_database" ] && md5sum "$qvb_database" | sed 's/^/D\t/'
+        find "${areas[@]}" -mindepth 1 -type f -exec md5sum {} + | sed 's/^/D\t/'
+      fi
+      if [ -e "$qvb_database" ]; then
+        find "$qvb_database" -printf 'M\t%p\tf\t%m\t%U:%G\t%T@\t%s\t-\t%n\n'
+        if [ -f "$qvb_database" ]; then md5sum "$qvb_database" | sed 's/^/D\t/'; fi
+      fi
     } | awk -F'\t' '
       $1 == "M" { line[$2] = $3 "\t" $4 "\t" $5 "\t" $6 "\t" $7 "\t" $8 "\t" $9; next }
       $1 == "D" { sum = substr($2, 1, 32); path = substr($2, 35); digest[path] = sum; next }
