@@ -1,157 +1,68 @@
-// The restore driver's order of events, seen from inside the program at the moments the
-// user sees something: what the data areas and the restore marker look like when the
-// progress box appears and when the outcome message appears, and afterwards. The
-// end-to-end tests see only the end state; here the order itself is checked.
-//
-// Runs the real wipe, the real extraction onto "/" and the real dialogs (offscreen), so it
-// runs inside a throwaway root only.
-#include "FileHeader.h"
+// The restore driver's order of events as the user sees it: the state of the data areas and
+// the marker whenever a window appears. Real wipe, extraction and dialogs: throwaway root only.
 #include "MessageDialog.h"
-#include "ProgressDialog.h"
 #include "RestoreInterface.h"
 #include "TestSupport.h"
 
 #include <QAbstractButton>
-#include <QApplication>
 #include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QLabel>
-#include <QPointer>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTimer>
-#include <QtTest>
-
-#include <vector>
 
 namespace {
 
-const QString Marker = QStringLiteral("/home/data/qvb-restore-in-progress");
-const QString Database = QStringLiteral("/opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite");
-const QString OldVisible = QStringLiteral("/home/data/old name.txt");
-const QString OldOem = QStringLiteral("/opt/OEM/data/old/log.txt");
-const QString OldHidden = QStringLiteral("/home/data/.display-id");
-const QString Restored = QStringLiteral("/home/data/objects/{5f0c9a57-1b2e-4c3d-8e9f-0a1b2c3d4e5f}/object.ini");
-const QString RestoredOem = QStringLiteral("/opt/OEM/data/fields/prescription.bin");
+const QString kFailed = QStringLiteral("QVB Restore Failed | The process of restoring a backup "
+                                       "file failed.  Please try restoring the backup again. | ");
+const QList<QPair<QString, QString>> kWatched{
+    {"marker", "/home/data/qvb-restore-in-progress"}, {"old", "/opt/OEM/data/old log.txt"},
+    {"hidden", "/home/data/.display-id"},
+    {"database", "/opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite"},
+    {"restored", "/home/data/objects/{5f0c9a57-1b2e-4c3d-8e9f-0a1b2c3d4e5f}/map.bin"}};
 
-// What the data areas looked like when a window appeared.
-struct Sight
+QString Present()
 {
-    QString kind; // "progress" or "message"
-    QString title;
-    QString text;
-    bool marker = false;
-    bool oldVisible = false;
-    bool oldOem = false;
-    bool oldHidden = false;
-    bool database = false;
-    bool restored = false;
-};
+    QStringList names;
+    for (const auto &[name, path] : kWatched)
+        if (QFileInfo::exists(path))
+            names << name;
+    return names.join(' ');
+}
 
-// Records every progress box and message the driver shows and dismisses each message
-// with its button, as the user would.
+// Notes "title | text | present paths" for each dialog the driver shows (the progress box
+// as text "progress"), and dismisses each message with its button, as the user would.
 class Watcher : public QObject
 {
 public:
-    QList<Sight> sights;
+    QStringList sights;
 
     bool eventFilter(QObject *object, QEvent *event) override
     {
-        auto *window = qobject_cast<QWidget *>(object);
-        if (event->type() != QEvent::Show || !window || !window->isWindow())
+        auto *dialog = qobject_cast<Generic::StandardButtonsDialog *>(object);
+        if (event->type() != QEvent::Show || !dialog)
             return false;
-        Sight sight;
-        sight.marker = QFileInfo::exists(Marker);
-        sight.oldVisible = QFileInfo::exists(OldVisible);
-        sight.oldOem = QFileInfo::exists(OldOem);
-        sight.oldHidden = QFileInfo::exists(OldHidden);
-        sight.database = QFileInfo::exists(Database);
-        sight.restored = QFileInfo::exists(Restored) && QFileInfo::exists(RestoredOem);
-        if (auto *message = qobject_cast<Generic::MessageDialog *>(window)) {
-            sight.kind = QStringLiteral("message");
-            sight.title = message->Title();
-            if (auto *label = message->findChild<QLabel *>(QStringLiteral("ui_labelText")))
-                sight.text = label->text();
-            QPointer<Generic::MessageDialog> target(message);
-            QTimer::singleShot(0, message, [target] {
-                if (!target)
-                    return;
-                auto *done = target->findChild<QAbstractButton *>(QStringLiteral("ui_buttonOk"));
-                QVERIFY(done && done->isVisible());
-                QTest::mouseClick(done, Qt::LeftButton);
-            });
-        } else if (auto *progress = qobject_cast<Generic::ProgressDialog *>(window)) {
-            sight.kind = QStringLiteral("progress");
-            sight.title = progress->Title();
-        } else {
-            return false;
-        }
-        sights << sight;
+        auto *text = dialog->findChild<QLabel *>("ui_labelText");
+        sights << dialog->Title() + " | " + (text ? text->text() : "progress") + " | " + Present();
+        auto *done = dialog->findChild<QAbstractButton *>("ui_buttonOk");
+        if (qobject_cast<Generic::MessageDialog *>(dialog))
+            QTimer::singleShot(0, done, [done] { QTest::mouseClick(done, Qt::LeftButton); });
         return false;
     }
 };
 
-void WriteOldDataAreas()
-{
-    for (const char *path : {"/home/data", "/opt/OEM"})
-        QDir(QString::fromLatin1(path)).removeRecursively();
-    QVERIFY(TestSupport::WriteFile(OldVisible, "old\n"));
-    QVERIFY(TestSupport::WriteFile(OldOem, "old\n"));
-    QVERIFY(TestSupport::WriteFile(OldHidden, "keep\n"));
-    QVERIFY(TestSupport::WriteFile(Database, "old database\n"));
-}
-
-// A tar.gz body holding Restored and RestoredOem, behind a version-2 header. The stored
-// digest is the body's own, or sixteen wrong bytes with `wrongDigest`.
+// A tar.gz body holding the restored file, wrapped by qvb-make-backup; with
+// `wrongDigest` only the stored digest is spoilt, so the body still unpacks completely.
 void MakeBackup(const QString &path, bool wrongDigest)
 {
-    QTemporaryDir tree;
-    QVERIFY(tree.isValid());
-    QVERIFY(TestSupport::WriteFile(tree.path() + Restored, "[object]\nname=Feld Süd\n"));
     QByteArray map(300000, '\0');
     for (int i = 0; i < map.size(); ++i)
-        map[i] = char((i * 7919) >> 3);
-    QVERIFY(TestSupport::WriteFile(tree.path() + RestoredOem, map));
-    const QString body = tree.path() + QStringLiteral("/body.tar.gz");
-    QCOMPARE(TestSupport::Run(QStringLiteral("bsdtar"),
-                              {QStringLiteral("-czf"), body, QStringLiteral("-C"), tree.path(),
-                               QStringLiteral("home"), QStringLiteral("opt")}),
-             0);
-    const QByteArray bodyBytes = TestSupport::ReadFile(body);
-    QVERIFY(!bodyBytes.isEmpty());
-
-    QByteArray digest = QCryptographicHash::hash(bodyBytes, QCryptographicHash::Md5);
-    if (wrongDigest)
-        digest = QByteArray(16, '\x11');
-    DataFileHeader record = Backup::FileHeader::NewBackupRecord(2);
-    record.SetChecksum(std::vector<std::uint8_t>(digest.begin(), digest.end()));
-    Backup::FileHeader header;
-    header.SetProduct("Talon");
-    header.SetProductCode(1);
-    header.SetVariant("Standard");
-    header.SetMinimumSoftwareVersion(0x01000000);
-
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(header.WriteFileHeader(&file, record), Backup::FileHeader::Ok);
-    QCOMPARE(file.pos(), qint64(204));
-    QCOMPARE(file.write(bodyBytes), qint64(bodyBytes.size()));
-}
-
-// Starts a restore of `path` and waits until the driver has deleted itself.
-QList<Sight> Restore(const QString &path)
-{
-    Watcher watcher;
-    qApp->installEventFilter(&watcher);
-    auto *driver = new RestoreInterface;
-    QSignalSpy destroyed(driver, &QObject::destroyed);
-    driver->StartRestore(path);
-    [&] { QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, 60000); }();
-    qApp->removeEventFilter(&watcher);
-    return watcher.sights;
+        map[i] = char((unsigned(i) * 7919u) >> 3);
+    QVERIFY(TestSupport::WriteFile("/tree" + kWatched.last().second, map));
+    const QString body = "/tree/body.tar.gz";
+    QCOMPARE(TestSupport::Run("bsdtar", {"-czf", body, "-C", "/tree", "home"}), 0);
+    QCOMPARE(TestSupport::Run(QStringLiteral(QVB_MAKE_BACKUP), {body, path}), 0);
+    QByteArray backup = TestSupport::ReadFile(path);
+    const QByteArray digest = QCryptographicHash::hash(backup.mid(204), QCryptographicHash::Md5);
+    if (wrongDigest) // the header of a version-2 backup is 204 bytes long
+        QVERIFY(TestSupport::WriteFile(path, backup.replace(digest, QByteArray(16, '\x11'))));
 }
 
 } // namespace
@@ -161,94 +72,47 @@ class RestoreInterfaceTest : public QObject
     Q_OBJECT
 private slots:
     void initTestCase() { QVB_REQUIRE_THROWAWAY_ROOT(); }
-    void init() { WriteOldDataAreas(); }
 
-    void successShowsRestoredDataBeforeTheMarkerGoes();
-    void failureClearsOnlyAfterTheMessage();
-    void unopenableFileIsReportedBeforeAnythingIsWiped();
+    void orderOfEvents_data()
+    {
+        QTest::addColumn<QString>("backup");
+        QTest::addColumn<QStringList>("sights");
+        // The progress box comes after the wipe and the marker, before any unpacking; the
+        // outcome is shown with the data in place and the marker still there.
+        const QString wiped = "Restore Memory | progress | marker hidden";
+        const QString full = "marker hidden restored";
+        const QString restored = "Backup Restored | The system has been restored. | ";
+        QTest::newRow("success") << "/good.qvb" << QStringList{wiped, restored + full};
+        // Only the digest is wrong; the second wipe waits until the message is dismissed.
+        QTest::newRow("failure") << "/wrong digest.qvb" << QStringList{wiped, kFailed + full};
+        // An unopenable file is reported before anything is wiped; the restore goes on.
+        QTest::newRow("cannot open") << "/no such file.qvb"
+            << QStringList{"Restore Memory | Cannot open file /no such file.qvb | "
+                           "old hidden database", wiped, kFailed + "marker hidden"};
+    }
+
+    void orderOfEvents()
+    {
+        QFETCH(QString, backup);
+        QFETCH(QStringList, sights);
+        QVERIFY(QDir("/home/data").removeRecursively() && QDir("/opt/OEM").removeRecursively());
+        for (const auto &[name, path] : kWatched.mid(1, 3))
+            QVERIFY(TestSupport::WriteFile(path, "old\n"));
+        if (backup != "/no such file.qvb")
+            MakeBackup(backup, backup.startsWith("/wrong"));
+
+        Watcher watcher;
+        qApp->installEventFilter(&watcher);
+        auto *driver = new RestoreInterface;
+        QSignalSpy destroyed(driver, &QObject::destroyed);
+        driver->StartRestore(backup);
+        QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, 60000);
+        qApp->removeEventFilter(&watcher);
+        QCOMPARE(watcher.sights, sights);
+        // Marker gone; after a failure the data areas are empty again, hidden entries apart.
+        QCOMPARE(Present(), backup == "/good.qvb" ? QString("hidden restored") : "hidden");
+    }
 };
-
-void RestoreInterfaceTest::successShowsRestoredDataBeforeTheMarkerGoes()
-{
-    const QString backup = QStringLiteral("/media/usb/good.qvb");
-    MakeBackup(backup, false);
-    const QList<Sight> sights = Restore(backup);
-    QCOMPARE(sights.size(), 2);
-
-    // The progress box appears after the wipe and the marker, before any unpacking.
-    const Sight &progress = sights[0];
-    QCOMPARE(progress.kind, QStringLiteral("progress"));
-    QCOMPARE(progress.title, QStringLiteral("Restore Memory"));
-    QVERIFY(progress.marker);
-    QVERIFY(!progress.oldVisible);
-    QVERIFY(!progress.oldOem);
-    QVERIFY(!progress.database);
-    QVERIFY(progress.oldHidden);
-    QVERIFY(!progress.restored);
-
-    // The outcome is shown with the data in place and the marker still there.
-    const Sight &outcome = sights[1];
-    QCOMPARE(outcome.kind, QStringLiteral("message"));
-    QCOMPARE(outcome.title, QStringLiteral("Backup Restored"));
-    QCOMPARE(outcome.text, QStringLiteral("The system has been restored."));
-    QVERIFY(outcome.marker);
-    QVERIFY(outcome.restored);
-
-    QVERIFY(!QFileInfo::exists(Marker));
-    QVERIFY(QFileInfo::exists(Restored));
-    QCOMPARE(TestSupport::ReadFile(Restored), QStringLiteral("[object]\nname=Feld Süd\n").toUtf8());
-    QVERIFY(QFileInfo::exists(OldHidden));
-    QVERIFY(!QFileInfo::exists(OldVisible));
-}
-
-void RestoreInterfaceTest::failureClearsOnlyAfterTheMessage()
-{
-    // The body unpacks completely; only its digest differs from the stored one.
-    const QString backup = QStringLiteral("/media/usb/wrong-digest.qvb");
-    MakeBackup(backup, true);
-    const QList<Sight> sights = Restore(backup);
-    QCOMPARE(sights.size(), 2);
-    QCOMPARE(sights[0].kind, QStringLiteral("progress"));
-
-    const Sight &outcome = sights[1];
-    QCOMPARE(outcome.kind, QStringLiteral("message"));
-    QCOMPARE(outcome.title, QStringLiteral("QVB Restore Failed"));
-    QCOMPARE(outcome.text, QStringLiteral("The process of restoring a backup file failed.  "
-                                          "Please try restoring the backup again."));
-    // While the user reads the message the unpacked data are still there...
-    QVERIFY(outcome.restored);
-    QVERIFY(outcome.marker);
-    // ...and once it is dismissed the data areas are empty again, hidden entries apart.
-    QVERIFY(!QFileInfo::exists(Restored));
-    QVERIFY(!QFileInfo::exists(RestoredOem));
-    QVERIFY(!QFileInfo::exists(Marker));
-    QVERIFY(QFileInfo::exists(OldHidden));
-    QVERIFY(QDir(QStringLiteral("/home/data")).exists());
-    QVERIFY(QDir(QStringLiteral("/opt/OEM/data")).exists());
-}
-
-void RestoreInterfaceTest::unopenableFileIsReportedBeforeAnythingIsWiped()
-{
-    const QString missing = QStringLiteral("/media/usb/no such file.qvb");
-    const QList<Sight> sights = Restore(missing);
-    QCOMPARE(sights.size(), 3);
-
-    const Sight &openFailure = sights[0];
-    QCOMPARE(openFailure.kind, QStringLiteral("message"));
-    QCOMPARE(openFailure.title, QStringLiteral("Restore Memory"));
-    QCOMPARE(openFailure.text, QStringLiteral("Cannot open file /media/usb/no such file.qvb"));
-    QVERIFY(openFailure.oldVisible);
-    QVERIFY(openFailure.database);
-    QVERIFY(!openFailure.marker);
-
-    // The restore goes on regardless: wipe, marker, job, failure.
-    QCOMPARE(sights[1].kind, QStringLiteral("progress"));
-    QVERIFY(!sights[1].oldVisible);
-    QVERIFY(sights[1].marker);
-    QCOMPARE(sights[2].title, QStringLiteral("QVB Restore Failed"));
-    QVERIFY(!QFileInfo::exists(Marker));
-    QVERIFY(QFileInfo::exists(OldHidden));
-}
 
 QTEST_MAIN(RestoreInterfaceTest)
 #include "tst_restoreinterface.moc"
