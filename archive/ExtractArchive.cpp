@@ -1,5 +1,6 @@
 #include "ExtractArchive.h"
 
+#include "DecompressionStage.h"
 #include "MD5.h"
 
 #include <QDir>
@@ -242,7 +243,7 @@ public:
     enum class DigestOutcome { Complete, ReadError, Cancelled };
 
     // `mirror` follows the descriptor's position for the progress report.
-    BodySource(int fd, bool digest, qint64 *mirror)
+    BodySource(int fd, bool digest, std::atomic<qint64> *mirror)
         : fd(fd)
         , mirror(mirror)
     {
@@ -342,7 +343,7 @@ private:
     void MovedTo(off_t at)
     {
         position = at;
-        *mirror = at;
+        mirror->store(at, std::memory_order_relaxed);
     }
 
     void CheckStreamContinues()
@@ -449,7 +450,7 @@ private:
     }
 
     const int fd;
-    qint64 *const mirror;
+    std::atomic<qint64> *const mirror;
     off_t bodyStart = 0;
     off_t position = 0;  // the descriptor's position, kept without asking the system
     off_t streamed = 0;  // where the bytes that went through the digest end
@@ -533,7 +534,7 @@ void ExtractArchive::EmitProgress()
     // this for every block it writes; the reading side's own account of the position
     // tells when the percentage may have moved, and only then is the descriptor asked.
     const qint64 step = progressStep.load();
-    if (static_cast<int>(readPosition / step) == lastPercent)
+    if (static_cast<int>(readPosition.load(std::memory_order_relaxed) / step) == lastPercent)
         return;
     const qint64 position = ::lseek(fileDescriptor.load(), 0, SEEK_CUR);
     const int percent = static_cast<int>(position / step);
@@ -572,10 +573,20 @@ void ExtractArchive::run()
     int status = ARCHIVE_OK;
     bool stoppedOnRequest = false;
     {
+        std::unique_ptr<Detail::DecompressionStage> stage;
+        if (Detail::DecompressionStage::Worthwhile() && Detail::DecompressionStage::IsCompressed(file.Get(), startOffset)) {
+            stage.reset(new Detail::DecompressionStage([&body](struct archive *r) { body.Open(r); }));
+            if (!stage->Started())
+                stage.reset();
+        }
         Reader reader(archive_read_new());
-        archive_read_support_filter_all(reader.get());
         archive_read_support_format_all(reader.get());
-        body.Open(reader.get());
+        if (stage) {
+            stage->OpenReader(reader.get());
+        } else {
+            archive_read_support_filter_all(reader.get());
+            body.Open(reader.get());
+        }
         archive_read_extract_set_progress_callback(reader.get(), &ExtractArchive::ReportProgress, this);
 
         for (;;) {
@@ -594,6 +605,8 @@ void ExtractArchive::run()
             else
                 archive_read_data_skip(reader.get());
         }
+        if (stage)
+            stage->Stop();
     }
 
     // ARCHIVE_EOF (1) and ARCHIVE_OK (0, after a cancel request) end well; the library's

@@ -58,7 +58,7 @@ private:
     std::atomic<qint64> progressStep {1};
     QByteArray expectedDigest;
     int lastPercent = -1;
-    qint64 readPosition = 0; // where the reader's descriptor stands, kept by the run
+    std::atomic<qint64> readPosition {0}; // where the reader's descriptor stands, kept by the run
 };
 
 } // namespace Archive

@@ -1,0 +1,254 @@
+#include "DecompressionStage.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace Archive {
+namespace Detail {
+namespace {
+
+struct ReaderDeleter
+{
+    void operator()(struct archive *reader) const { archive_read_free(reader); }
+};
+using Reader = std::unique_ptr<struct archive, ReaderDeleter>;
+
+// The compressions libarchive decodes in its own code. The probe registers these alone:
+// a filter that falls back to an external program (lzop, lrzip, grzip) would start one
+// just to look at the first bytes, and such bodies are rare enough to read directly.
+void SupportBuiltInFilters(struct archive *reader)
+{
+    archive_read_support_filter_gzip(reader);
+    archive_read_support_filter_bzip2(reader);
+    archive_read_support_filter_xz(reader);
+    archive_read_support_filter_lzma(reader);
+    archive_read_support_filter_lzip(reader);
+    archive_read_support_filter_zstd(reader);
+    archive_read_support_filter_lz4(reader);
+    archive_read_support_filter_compress(reader);
+}
+
+template<typename Call>
+ssize_t RetryInterrupted(Call call)
+{
+    ssize_t count;
+    do
+        count = call();
+    while (count < 0 && errno == EINTR);
+    return count;
+}
+
+} // namespace
+
+bool DecompressionStage::IsCompressed(int fd, qint64 bodyStart)
+{
+    // The filter reads ahead to its first block of output as it opens, so the probe needs
+    // the body itself, not just its first bytes; it costs a few hundred KiB read twice.
+    struct Probe
+    {
+        int fd;
+        off_t at;
+        unsigned char buffer[64 * 1024];
+
+        static la_ssize_t Read(struct archive *, void *self, const void **buffer)
+        {
+            auto *probe = static_cast<Probe *>(self);
+            const ssize_t count = RetryInterrupted(
+                [probe] { return ::pread(probe->fd, probe->buffer, sizeof probe->buffer, probe->at); });
+            if (count < 0)
+                return ARCHIVE_FATAL;
+            probe->at += count;
+            *buffer = probe->buffer;
+            return count;
+        }
+    };
+    const std::unique_ptr<Probe> probe(new Probe {fd, static_cast<off_t>(bodyStart), {}});
+    Reader reader(archive_read_new());
+    if (!reader)
+        return false;
+    SupportBuiltInFilters(reader.get());
+    archive_read_support_format_raw(reader.get());
+    if (archive_read_open(reader.get(), probe.get(), nullptr, &Probe::Read, nullptr) != ARCHIVE_OK)
+        return false;
+    // "none" is always the last filter of an open reader.
+    return archive_filter_count(reader.get()) > 1;
+}
+
+bool DecompressionStage::Worthwhile()
+{
+    return std::thread::hardware_concurrency() > 1;
+}
+
+DecompressionStage::DecompressionStage(BodyOpener openBody, std::size_t blockSize,
+                                       std::size_t blockCount)
+    : blockSize(blockSize)
+    , blocks(std::max<std::size_t>(blockCount, 2))
+{
+    for (Block &block : blocks)
+        block.data.reset(new unsigned char[blockSize]);
+    try {
+        worker = std::thread(&DecompressionStage::Run, this, std::move(openBody));
+    } catch (...) {
+        // No thread to be had: Started() says so and the caller reads directly.
+    }
+}
+
+DecompressionStage::~DecompressionStage()
+{
+    Stop();
+}
+
+bool DecompressionStage::Started() const
+{
+    return worker.joinable();
+}
+
+void DecompressionStage::Stop()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        abandoned = true;
+    }
+    changed.notify_all();
+    if (worker.joinable())
+        worker.join();
+}
+
+QByteArray DecompressionStage::ErrorText() const
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    return errorText;
+}
+
+void DecompressionStage::Run(const BodyOpener &openBody)
+{
+    Reader reader(archive_read_new());
+    if (!reader) {
+        Finish(ENOMEM, "Cannot allocate the decompressing reader");
+        return;
+    }
+    archive_read_support_filter_all(reader.get());
+    archive_read_support_format_raw(reader.get());
+    openBody(reader.get());
+
+    struct archive_entry *entry = nullptr;
+    if (archive_read_next_header(reader.get(), &entry) != ARCHIVE_OK) {
+        Finish(archive_errno(reader.get()), archive_error_string(reader.get()));
+        return;
+    }
+    Block *filling = NextFree();
+    while (filling) {
+        const void *data = nullptr;
+        std::size_t size = 0;
+        la_int64_t offset = 0;
+        const int status = archive_read_data_block(reader.get(), &data, &size, &offset);
+        if (status == ARCHIVE_EOF)
+            break;
+        if (status != ARCHIVE_OK) {
+            Finish(archive_errno(reader.get()), archive_error_string(reader.get()));
+            return;
+        }
+        // Copy into fixed blocks: the library reuses its buffer at the next call, and
+        // this thread is to be decompressing the next piece while the reader parses.
+        const auto *from = static_cast<const unsigned char *>(data);
+        while (size > 0 && filling) {
+            const std::size_t piece = std::min(size, blockSize - filling->used);
+            std::memcpy(filling->data.get() + filling->used, from, piece);
+            filling->used += piece;
+            from += piece;
+            size -= piece;
+            if (filling->used == blockSize) {
+                Publish();
+                filling = NextFree();
+            }
+        }
+    }
+    if (filling && filling->used > 0)
+        Publish();
+    Finish(0, QByteArray());
+}
+
+DecompressionStage::Block *DecompressionStage::NextFree()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    // The block after the last published one is free once the reader has let go of the
+    // one that sat there a ring ago.
+    changed.wait(lock, [this] {
+        const std::size_t inUse = produced - consumed + (holding ? 1 : 0);
+        return abandoned || inUse < blocks.size();
+    });
+    if (abandoned)
+        return nullptr;
+    Block *block = &blocks[produced % blocks.size()];
+    block->used = 0;
+    return block;
+}
+
+void DecompressionStage::Publish()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        ++produced;
+    }
+    changed.notify_all();
+}
+
+void DecompressionStage::Finish(int error, const QByteArray &text)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        ended = true;
+        if (error != 0 || !text.isEmpty()) {
+            errorNumber = error != 0 ? error : EIO;
+            errorText = text.isEmpty() ? QByteArray("Cannot decompress the archive") : text;
+        }
+    }
+    changed.notify_all();
+}
+
+void DecompressionStage::OpenReader(struct archive *reader)
+{
+    archive_read_set_callback_data(reader, this);
+    archive_read_set_read_callback(reader, &DecompressionStage::ReadCallback);
+    // The open's result is not looked at: a reader that failed to open reports it at the
+    // first header read.
+    archive_read_open1(reader);
+}
+
+la_ssize_t DecompressionStage::ReadCallback(struct archive *reader, void *self, const void **buffer)
+{
+    return static_cast<DecompressionStage *>(self)->Read(reader, buffer);
+}
+
+la_ssize_t DecompressionStage::Read(struct archive *reader, const void **buffer)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    // The library is done with the block it had at its last call.
+    if (holding) {
+        holding = false;
+        changed.notify_all();
+    }
+    changed.wait(lock, [this] { return consumed < produced || ended; });
+    if (consumed < produced) {
+        const Block &block = blocks[consumed % blocks.size()];
+        ++consumed;
+        holding = true;
+        *buffer = block.data.get();
+        return static_cast<la_ssize_t>(block.used);
+    }
+    if (errorNumber != 0) {
+        archive_set_error(reader, errorNumber, "%s", errorText.constData());
+        return ARCHIVE_FATAL;
+    }
+    *buffer = nullptr;
+    return 0;
+}
+
+} // namespace Detail
+} // namespace Archive

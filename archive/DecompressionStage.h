@@ -1,0 +1,98 @@
+#pragma once
+// Private to the archive module.
+//
+// Decompression on a thread of its own, ahead of the reader that parses the archive and
+// writes its entries. A first libarchive reader takes the body through its compression
+// filters only (raw format) and hands the plain bytes over a small bounded ring to the
+// second reader, which the job drives as usual. On a machine with more than one core the
+// inflating and the writing then overlap instead of taking turns.
+//
+// The stage's thread alone touches the body source between the constructor and Stop(),
+// so the body source needs no locking of its own; after Stop() it is the caller's again.
+
+#include <QByteArray>
+
+#include <archive.h>
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace Archive {
+namespace Detail {
+
+class DecompressionStage
+{
+public:
+    // Gives a fresh reader its body: sets the callbacks and opens it.
+    using BodyOpener = std::function<void(struct archive *reader)>;
+
+    static constexpr std::size_t kDefaultBlockSize = 64 * 1024;
+    static constexpr std::size_t kDefaultBlockCount = 8;
+
+    // Whether the body that starts `bodyStart` bytes into the file open on `fd` is
+    // compressed with one of the filters libarchive implements itself, so that a stage of
+    // its own pays off. Bodies without compression (plain tar, and the formats that need
+    // to seek in the file) are read directly. Reads with pread: the descriptor's position
+    // stays where it is.
+    static bool IsCompressed(int fd, qint64 bodyStart);
+    // Whether a second core is there to run the stage on.
+    static bool Worthwhile();
+
+    // Starts the thread at once; false from Started() when no thread could be had.
+    explicit DecompressionStage(BodyOpener openBody, std::size_t blockSize = kDefaultBlockSize,
+                                std::size_t blockCount = kDefaultBlockCount);
+    ~DecompressionStage();
+    DecompressionStage(const DecompressionStage &) = delete;
+    DecompressionStage &operator=(const DecompressionStage &) = delete;
+
+    bool Started() const;
+
+    // Opens `reader` over the decompressed stream; a failure of the decompression (a
+    // damaged or cut-off body) reaches it as a fatal read error with the library's text.
+    void OpenReader(struct archive *reader);
+
+    // Ends the stage: the thread stops at its next block and is joined. Idempotent.
+    void Stop();
+
+    // The decompression's own error text once the stream has ended in failure, else empty.
+    QByteArray ErrorText() const;
+
+private:
+    struct Block
+    {
+        std::unique_ptr<unsigned char[]> data;
+        std::size_t used = 0;
+    };
+
+    void Run(const BodyOpener &openBody);
+    // Producer side: a block to fill, or null when the consumer has gone.
+    Block *NextFree();
+    void Publish();
+    void Finish(int error, const QByteArray &text);
+    // Consumer side.
+    static la_ssize_t ReadCallback(struct archive *reader, void *self, const void **buffer);
+    la_ssize_t Read(struct archive *reader, const void **buffer);
+
+    const std::size_t blockSize;
+    std::vector<Block> blocks;
+
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    std::size_t produced = 0;  // blocks published so far
+    std::size_t consumed = 0;  // blocks handed to the reader so far
+    bool holding = false;      // the reader still looks at block consumed - 1
+    bool ended = false;        // no more blocks will be published
+    bool abandoned = false;    // the reader side has stopped
+    int errorNumber = 0;
+    QByteArray errorText;
+
+    std::thread worker;
+};
+
+} // namespace Detail
+} // namespace Archive
