@@ -14,6 +14,10 @@
 
 namespace Archive {
 
+namespace Detail {
+class BodySource;
+}
+
 class ExtractArchive : public ArchiveProcess
 {
     Q_OBJECT
@@ -58,7 +62,7 @@ private:
     std::atomic<qint64> progressStep {1};
     QByteArray expectedDigest;
     int lastPercent = -1;
-    std::atomic<qint64> readPosition {0}; // where the reader's descriptor stands, kept by the run
+    const Detail::BodySource *body = nullptr; // the body being read, during the run
 };
 
 } // namespace Archive

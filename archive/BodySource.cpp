@@ -1,0 +1,240 @@
+#include "BodySource.h"
+
+#include "DigestPipeline.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Archive {
+namespace Detail {
+namespace {
+
+// Reads that only feed the digest (skipped data, the tail after the archive's end, the
+// separate pass) use larger pieces; 32 KiB keeps the copy out of the page cache in L2.
+constexpr std::size_t kDigestReadSize = 32 * 1024;
+
+template<typename Call>
+ssize_t RetryInterrupted(Call call)
+{
+    ssize_t count;
+    do
+        count = call();
+    while (count < 0 && errno == EINTR);
+    return count;
+}
+
+} // namespace
+
+BodySource::BodySource(int fd, bool digest, std::size_t blockSize)
+    : fd(fd)
+    , blockSize(std::max<std::size_t>(blockSize, 1))
+    , block(new unsigned char[std::max<std::size_t>(blockSize, 1)])
+{
+    const off_t here = ::lseek(fd, 0, SEEK_CUR);
+    bodyStart = streamed = here < 0 ? 0 : here;
+    MovedTo(bodyStart);
+    if (digest)
+        pipeline.reset(new DigestPipeline);
+}
+
+BodySource::~BodySource() = default;
+
+void BodySource::Open(struct archive *reader)
+{
+    archive_read_set_callback_data(reader, this);
+    archive_read_set_read_callback(reader, &BodySource::ReadCallback);
+    archive_read_set_skip_callback(reader, &BodySource::SkipCallback);
+    archive_read_set_seek_callback(reader, &BodySource::SeekCallback);
+    archive_read_open1(reader);
+}
+
+bool BodySource::StreamIntact() const
+{
+    return pipeline && !abandoned;
+}
+
+BodySource::DigestOutcome BodySource::Finish(unsigned char digest[16], const std::atomic<bool> &cancel)
+{
+    if (!StreamIntact())
+        return DigestSeparately(digest, cancel);
+    // The reader stops at the archive's end marker; what follows it (tar's block
+    // padding, the compressed stream's trailer) is body all the same.
+    for (;;) {
+        if (cancel.load(std::memory_order_relaxed))
+            return DigestOutcome::Cancelled;
+        unsigned char *target = pipeline->Reserve(kDigestReadSize);
+        const ssize_t count = ReadFully(target, kDigestReadSize);
+        if (count < 0)
+            return DigestOutcome::ReadError;
+        if (count == 0)
+            break;
+        pipeline->Commit(static_cast<std::size_t>(count));
+    }
+    pipeline->Finish(digest);
+    return DigestOutcome::Complete;
+}
+
+BodySource::DigestOutcome BodySource::DigestSeparately(unsigned char digest[16],
+                                                       const std::atomic<bool> &cancel)
+{
+    pipeline.reset();
+    MD5Context context;
+    MD5Init(context);
+    std::unique_ptr<unsigned char[]> buffer(new unsigned char[kDigestReadSize]);
+    for (off_t from = bodyStart;;) {
+        if (cancel.load(std::memory_order_relaxed))
+            return DigestOutcome::Cancelled;
+        const ssize_t count = RetryInterrupted(
+            [&] { return ::pread(fd, buffer.get(), kDigestReadSize, from); });
+        if (count < 0)
+            return DigestOutcome::ReadError;
+        if (count == 0)
+            break;
+        MD5Update(context, buffer.get(), static_cast<std::size_t>(count));
+        from += count;
+    }
+    MD5Final(context, digest);
+    return DigestOutcome::Complete;
+}
+
+la_ssize_t BodySource::ReadCallback(struct archive *reader, void *self, const void **buffer)
+{
+    return static_cast<BodySource *>(self)->Read(reader, buffer);
+}
+
+la_int64_t BodySource::SkipCallback(struct archive *reader, void *self, la_int64_t request)
+{
+    return static_cast<BodySource *>(self)->Skip(reader, request);
+}
+
+la_int64_t BodySource::SeekCallback(struct archive *reader, void *self, la_int64_t offset, int whence)
+{
+    return static_cast<BodySource *>(self)->Seek(reader, offset, whence);
+}
+
+ssize_t BodySource::ReadFully(unsigned char *target, std::size_t size)
+{
+    const ssize_t count = RetryInterrupted([&] { return ::read(fd, target, size); });
+    if (count > 0) {
+        MovedTo(at + count);
+        if (StreamIntact())
+            streamed += count;
+    }
+    return count;
+}
+
+void BodySource::MovedTo(off_t where)
+{
+    at = where;
+    position.store(where, std::memory_order_relaxed);
+}
+
+void BodySource::CheckStreamContinues()
+{
+    // A seek away and back to the same place does no harm; reading from anywhere else
+    // than where the streamed bytes end means the order is lost.
+    if (StreamIntact() && at != streamed)
+        abandoned = true;
+}
+
+la_ssize_t BodySource::Read(struct archive *reader, const void **buffer)
+{
+    CheckStreamContinues();
+    const std::size_t size = StreamIntact() ? std::min(blockSize, DigestPipeline::kChunkSize) : blockSize;
+    unsigned char *target = StreamIntact() ? pipeline->Reserve(size) : block.get();
+    const ssize_t count = ReadFully(target, size);
+    if (count < 0) {
+        archive_set_error(reader, errno, "Cannot read the archive");
+        return ARCHIVE_FATAL;
+    }
+    if (StreamIntact())
+        pipeline->Commit(static_cast<std::size_t>(count));
+    *buffer = target;
+    return count;
+}
+
+la_int64_t BodySource::Skip(struct archive *reader, la_int64_t request)
+{
+    if (request <= 0)
+        return 0;
+    CheckStreamContinues();
+    if (!StreamIntact()) {
+        // Nothing needs to see the skipped bytes: just move the descriptor on, but never
+        // past the end of the file. A body cut off inside an entry must come up short
+        // here, so that the reader finds out and reports the truncation instead of
+        // taking the missing end for the end of the archive.
+        struct stat status;
+        if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))
+            return 0; // libarchive then reads and discards instead
+        request = std::min<la_int64_t>(request, std::max<la_int64_t>(status.st_size - at, 0));
+        if (request == 0)
+            return 0;
+        const off_t after = ::lseek(fd, static_cast<off_t>(request), SEEK_CUR);
+        if (after < 0)
+            return 0; // libarchive then reads and discards instead
+        const la_int64_t skipped = after - at;
+        MovedTo(after);
+        return skipped;
+    }
+    // The digest must see every byte, so skipping means reading.
+    la_int64_t skipped = 0;
+    while (skipped < request) {
+        const std::size_t size = static_cast<std::size_t>(
+            std::min<la_int64_t>(request - skipped, static_cast<la_int64_t>(kDigestReadSize)));
+        unsigned char *target = pipeline->Reserve(size);
+        const ssize_t count = ReadFully(target, size);
+        if (count < 0) {
+            if (skipped > 0)
+                break;
+            archive_set_error(reader, errno, "Cannot read the archive");
+            return ARCHIVE_FATAL;
+        }
+        if (count == 0)
+            break;
+        pipeline->Commit(static_cast<std::size_t>(count));
+        skipped += count;
+    }
+    return skipped;
+}
+
+la_int64_t BodySource::Seek(struct archive *reader, la_int64_t offset, int whence)
+{
+    off_t target;
+    switch (whence) {
+    case SEEK_SET:
+        target = bodyStart + static_cast<off_t>(offset);
+        break;
+    case SEEK_CUR:
+        target = at + static_cast<off_t>(offset);
+        break;
+    case SEEK_END: {
+        struct stat status;
+        if (::fstat(fd, &status) != 0) {
+            archive_set_error(reader, errno, "Cannot seek in the archive");
+            return ARCHIVE_FATAL;
+        }
+        target = status.st_size + static_cast<off_t>(offset);
+        break;
+    }
+    default:
+        archive_set_error(reader, EINVAL, "Cannot seek in the archive");
+        return ARCHIVE_FATAL;
+    }
+    if (target < bodyStart) {
+        archive_set_error(reader, EINVAL, "Seek before the start of the archive");
+        return ARCHIVE_FATAL;
+    }
+    const off_t reached = ::lseek(fd, target, SEEK_SET);
+    if (reached < 0) {
+        archive_set_error(reader, errno, "Cannot seek in the archive");
+        return ARCHIVE_FATAL;
+    }
+    MovedTo(reached);
+    return reached - bodyStart;
+}
+
+} // namespace Detail
+} // namespace Archive
