@@ -1,20 +1,36 @@
 // The private pieces the extraction job is built from, each on its own.
 
 #include "ArchiveTestSupport.h"
+#include "BodySource.h"
 #include "DecompressionStage.h"
+#include "DigestPipeline.h"
+#include "FileDescriptor.h"
+#include "ThreadLocale.h"
 
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
+#include <cstring>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdlib>
+#include <langinfo.h>
 #include <memory>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 using namespace ArchiveTest;
+using Archive::Detail::BodySource;
 using Archive::Detail::DecompressionStage;
+using Archive::Detail::DigestPipeline;
+using Archive::Detail::FileDescriptor;
 
 namespace {
 
@@ -82,6 +98,42 @@ Drained DrainThroughStage(const QByteArray &body, std::size_t blockSize, std::si
     if (drained.status != ARCHIVE_EOF)
         drained.error = archive_error_string(reader.get());
     return drained;
+}
+
+bool IsOpenDescriptor(int fd)
+{
+    return fcntl(fd, F_GETFD) != -1;
+}
+
+// A reader over `source` walks every entry; skipping the data or reading it whole.
+struct Walk
+{
+    int status = ARCHIVE_OK;
+    int worstSkip = ARCHIVE_OK;
+    QStringList names;
+    QByteArray data;
+};
+
+Walk WalkBody(BodySource &source, bool readData)
+{
+    Walk walk;
+    Reader reader(archive_read_new());
+    archive_read_support_filter_all(reader.get());
+    archive_read_support_format_all(reader.get());
+    source.Open(reader.get());
+    struct archive_entry *entry = nullptr;
+    while ((walk.status = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK) {
+        walk.names << QString::fromUtf8(archive_entry_pathname_utf8(entry));
+        if (!readData) {
+            walk.worstSkip = std::min(walk.worstSkip, archive_read_data_skip(reader.get()));
+            continue;
+        }
+        char buffer[8192];
+        la_ssize_t count;
+        while ((count = archive_read_data(reader.get(), buffer, sizeof buffer)) > 0)
+            walk.data.append(buffer, static_cast<int>(count));
+    }
+    return walk;
 }
 
 } // namespace
@@ -193,6 +245,156 @@ private slots:
         QFETCH(QByteArray, body);
         QFETCH(bool, compressed);
         QCOMPARE(IsCompressed(body), compressed);
+    }
+
+    // Every body byte reaches the digest once and in order, whether the reader streams
+    // straight through (tar), skips (tar without reading data) or jumps around the file
+    // (zip and 7-Zip read their directory at the end first), and whatever stands before
+    // the body in the file is never part of it.
+    void bodySourceDigestsTheBodyAlone_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<bool>("readData");
+        QTest::addColumn<bool>("streams");
+        QTest::newRow("tar.gz, reading") << QStringList {"-z"} << true << true;
+        QTest::newRow("tar, skipping") << QStringList {} << false << true;
+        QTest::newRow("zip, reading") << QStringList {"--format", "zip"} << true << false;
+        QTest::newRow("7-Zip, skipping") << QStringList {"--format", "7zip"} << false << false;
+    }
+    void bodySourceDigestsTheBodyAlone()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(bool, readData);
+        QFETCH(bool, streams);
+        const QMap<QString, QByteArray> files {{"a/first.bin", RandomBytes(70000, 1)},
+                                               {"a/second.txt", QByteArray(50000, 's')},
+                                               {"b/third.bin", RandomBytes(3000, 2)}};
+        const QByteArray body = ArchiveOf(files, options);
+        QVERIFY(!body.isEmpty());
+        QTemporaryDir dir;
+        const int headerLength = 4097; // not a multiple of any block size
+        const QString path = WriteBackup(dir.filePath("backup"), body, headerLength);
+        FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+        QVERIFY(fd.IsOpen());
+        QCOMPARE(::lseek(fd.Get(), headerLength, SEEK_SET), off_t(headerLength));
+
+        BodySource source(fd.Get(), true);
+        QCOMPARE(source.Position(), qint64(headerLength));
+        const Walk walk = WalkBody(source, readData);
+        QCOMPARE(walk.status, ARCHIVE_EOF);
+        QCOMPARE(walk.names.filter(QStringLiteral(".")).size(), 3);
+        if (readData)
+            QCOMPARE(walk.data.size(), 70000 + 50000 + 3000);
+        QCOMPARE(source.StreamIntact(), streams);
+        QVERIFY(source.Position() > headerLength && source.Position() <= headerLength + body.size());
+
+        unsigned char digest[16];
+        const std::atomic<bool> noCancel {false};
+        QVERIFY(source.Finish(digest, noCancel) == BodySource::DigestOutcome::Complete);
+        QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(body));
+    }
+
+    // Skipping data must not run past the end of a cut-off body, or the missing end of an
+    // entry would pass for skipped data.
+    void bodySourceSkipStopsAtEndOfFile()
+    {
+        const QByteArray body = ArchiveOf({{"big.bin", RandomBytes(200000, 3)}, {"z.txt", "end\n"}});
+        QTemporaryDir dir;
+        const QString path = WriteBackup(dir.filePath("backup"), body.left(100000), 188);
+        FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+        QVERIFY(fd.IsOpen());
+        ::lseek(fd.Get(), 188, SEEK_SET);
+        BodySource source(fd.Get(), false);
+        const Walk walk = WalkBody(source, false);
+        QCOMPARE(walk.names, QStringList {"big.bin"});
+        QCOMPARE(walk.worstSkip, ARCHIVE_FATAL);
+        QCOMPARE(source.Position(), qint64(188 + 100000));
+    }
+
+    // Pieces of every size, across chunk boundaries and many times round the ring.
+    void digestPipelineMatchesWholeDigest_data()
+    {
+        QTest::addColumn<QList<int>>("pieces");
+        const int chunk = static_cast<int>(DigestPipeline::kChunkSize);
+        QTest::newRow("nothing") << QList<int> {};
+        QTest::newRow("one byte") << QList<int> {1};
+        QTest::newRow("exact chunks") << QList<int> {chunk, chunk, chunk, chunk, chunk, chunk};
+        QTest::newRow("odd pieces") << QList<int> {4096, 1, chunk - 4097, chunk, 32768, 7, chunk - 1, 100000};
+        QList<int> many;
+        for (int i = 0; i < 400; ++i)
+            many << 1 + (i * 7919) % 40000;
+        QTest::newRow("many small pieces") << many;
+    }
+    void digestPipelineMatchesWholeDigest()
+    {
+        QFETCH(QList<int>, pieces);
+        int total = 0;
+        for (int piece : pieces)
+            total += piece;
+        const QByteArray data = RandomBytes(total, 11);
+        DigestPipeline pipeline;
+        int at = 0;
+        for (int piece : pieces) {
+            unsigned char *target = pipeline.Reserve(static_cast<std::size_t>(piece));
+            std::memcpy(target, data.constData() + at, static_cast<std::size_t>(piece));
+            pipeline.Commit(static_cast<std::size_t>(piece));
+            at += piece;
+        }
+        unsigned char digest[16];
+        pipeline.Finish(digest);
+        QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(data));
+    }
+
+    // The thread that holds the guard reads UTF-8; the process and other threads keep the
+    // C locale, and the thread gets it back when the guard goes.
+    void utf8LocaleStaysWithItsThread()
+    {
+        // As on the display, started by init without LANG or LC_*.
+        const QByteArray before = std::setlocale(LC_ALL, nullptr);
+        std::setlocale(LC_ALL, "C");
+        const auto restore = qScopeGuard([&] { std::setlocale(LC_ALL, before.constData()); });
+        QByteArray inside, after, elsewhere;
+        bool active = false;
+        std::thread worker([&] {
+            {
+                const Archive::Detail::Utf8CharacterTypeForThisThread utf8;
+                active = utf8.Active();
+                inside = nl_langinfo(CODESET);
+                std::thread other([&] { elsewhere = nl_langinfo(CODESET); });
+                other.join();
+            }
+            after = nl_langinfo(CODESET);
+        });
+        worker.join();
+        QVERIFY2(active, "a UTF-8 locale is installed (C.UTF-8 comes with the C library)");
+        QCOMPARE(inside, QByteArray("UTF-8"));
+        QCOMPARE(elsewhere, QByteArray("ANSI_X3.4-1968"));
+        QCOMPARE(after, QByteArray("ANSI_X3.4-1968"));
+        QCOMPARE(QByteArray(nl_langinfo(CODESET)), QByteArray("ANSI_X3.4-1968"));
+    }
+
+    // Closed exactly once, by whoever owns it last.
+    void descriptorClosedOnceByItsOwner()
+    {
+        int raw = -1;
+        {
+            FileDescriptor first(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+            raw = first.Get();
+            QVERIFY(IsOpenDescriptor(raw));
+            FileDescriptor second(std::move(first));
+            QVERIFY(!first.IsOpen());
+            QCOMPARE(second.Get(), raw);
+            FileDescriptor third;
+            third = std::move(second);
+            QVERIFY(IsOpenDescriptor(raw));
+            third.Close();
+            QVERIFY(!IsOpenDescriptor(raw));
+            // A descriptor number handed out again must survive the old owners.
+            QCOMPARE(::open("/dev/null", O_RDONLY | O_CLOEXEC), raw);
+            third.Close();
+        }
+        QVERIFY(IsOpenDescriptor(raw));
+        ::close(raw);
     }
 };
 
