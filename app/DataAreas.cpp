@@ -1,8 +1,14 @@
 #include "DataAreas.h"
 
+#include "FileHelpers.h"
+
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace DataAreas {
 namespace {
@@ -17,6 +23,22 @@ QStringList EntriesOf(const char *directory)
     for (const QFileInfo &entry : entries)
         paths << entry.absoluteFilePath();
     return paths;
+}
+
+// fsync of whatever `path` names (a file or a directory), without following a link or
+// waiting on a special file.
+bool Flush(const QByteArray &path)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    const bool flushed = ::fsync(fd) == 0;
+    return ::close(fd) == 0 && flushed;
+}
+
+QByteArray MarkerDirectory()
+{
+    return QFile::encodeName(QFileInfo(QString::fromLatin1(RestoreMarker)).absolutePath());
 }
 
 } // namespace
@@ -37,6 +59,19 @@ void ClearDataAreas()
     const QStringList paths = DataAreaEntries();
     for (const QString &path : paths)
         QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), path});
+}
+
+bool SetRestoreMarker()
+{
+    const bool touched = TouchFile(QString::fromLatin1(RestoreMarker));
+    // The file's own data and the directory entry naming it are flushed separately.
+    return touched && Flush(RestoreMarker) && Flush(MarkerDirectory());
+}
+
+void RemoveRestoreMarker()
+{
+    QFile::remove(QString::fromLatin1(RestoreMarker));
+    Flush(MarkerDirectory());
 }
 
 } // namespace DataAreas

@@ -24,4 +24,11 @@ QStringList DataAreaEntries();
 // path, each path handed over as a single argument. Exit statuses are ignored.
 void ClearDataAreas();
 
+// Creates or touches the restore marker and puts it on the storage (the file and its
+// directory), so a power cut during the restore cannot lose it. False when the marker
+// could not be made or flushed; the restore goes on all the same.
+bool SetRestoreMarker();
+// Removes the restore marker and puts its removal on the storage.
+void RemoveRestoreMarker();
+
 } // namespace DataAreas

@@ -8,8 +8,36 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QLoggingCategory>
 
 #include <exception>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// What the restore did, one line per step on standard error, for the service technician.
+Q_LOGGING_CATEGORY(lcRestore, "qvb.restore")
+
+namespace {
+
+// Opens the backup for its header without ever waiting: an ordinary open of a FIFO
+// blocks until a writer appears, before any dialog is on the screen. Anything but a
+// regular file is a file that cannot be opened (see docs/behaviour.md).
+bool OpenRegularFile(QFile &file, const QString &path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    struct stat status;
+    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(fd);
+        return false;
+    }
+    return file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+}
+
+} // namespace
 
 RestoreInterface::RestoreInterface(QObject *parent) : QObject(parent) {}
 
@@ -17,8 +45,11 @@ RestoreInterface::~RestoreInterface() = default;
 
 void RestoreInterface::StartRestore(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    clock.start();
+    qCInfo(lcRestore, "restoring %s", qUtf8Printable(path));
+    QFile file;
+    if (!OpenRegularFile(file, path)) {
+        qCWarning(lcRestore, "cannot open %s as a regular file", qUtf8Printable(path));
         // Not fatal on purpose: the restore goes on, the data areas are emptied and the
         // job reports the failure, so the display never keeps a half-trusted state.
         const QString title = QCoreApplication::translate("Dialog Title", "Restore Memory");
@@ -35,7 +66,10 @@ void RestoreInterface::StartRestore(const QString &path)
         Backup::ReadFileHeader(header, &file);
     } catch (const std::exception &) {
     }
+    const qint64 fileSize = file.isOpen() ? file.size() : 0;
     file.close();
+    qCInfo(lcRestore, "header version %u, body at offset %u, %lld bytes", unsigned(header.HeaderVersion()),
+           unsigned(header.HeaderLength()), static_cast<long long>(fileSize - qint64(header.HeaderLength())));
 
     auto extract = std::make_unique<Archive::ExtractArchive>(
         QStringLiteral("/"), path, qint64(header.HeaderLength()), nullptr);
@@ -62,8 +96,11 @@ void RestoreInterface::StartRestore(const QString &path)
     connect(job.get(), &QThread::finished, this, &RestoreInterface::RestoreFinished);
 
     ClearDataAreas();
-    // After the clearing, which would remove it again.
-    TouchFile(QString::fromLatin1(DataAreas::RestoreMarker));
+    // After the clearing, which would remove it again; on the storage before the job
+    // starts, so that a power cut at any moment of the unpacking leaves it behind.
+    if (!DataAreas::SetRestoreMarker())
+        qCWarning(lcRestore, "the restore marker could not be set and flushed");
+    qCInfo(lcRestore, "data areas wiped, restore marker set, unpacking");
 
     dialog->show();
     job->start();
@@ -82,7 +119,10 @@ void RestoreInterface::RestoreFinished()
         dialog = nullptr;
     }
 
-    if (!job || job->GetResult() != Archive::ArchiveProcess::Ok) {
+    const bool restored = job && job->GetResult() == Archive::ArchiveProcess::Ok;
+    qCInfo(lcRestore, "%s after %lld ms (job result %d)", restored ? "restored" : "restore failed",
+           static_cast<long long>(clock.elapsed()), job ? int(job->GetResult()) : -1);
+    if (!restored) {
         Generic::MessageDialog::ShowInformation(
             QCoreApplication::translate("QVB restore failure", "QVB Restore Failed"),
             QCoreApplication::translate(
@@ -96,6 +136,6 @@ void RestoreInterface::RestoreFinished()
             QCoreApplication::translate("Restore Backup", "The system has been restored."));
     }
 
-    QFile::remove(QString::fromLatin1(DataAreas::RestoreMarker));
+    DataAreas::RemoveRestoreMarker();
     deleteLater();
 }

@@ -11,6 +11,7 @@
 
 #include "FileHeader.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 
@@ -51,4 +52,5 @@ private:
     std::unique_ptr<Archive::ArchiveProcess> job;
     Backup::FileHeader header;
     Generic::ProgressDialog *dialog = nullptr;
+    QElapsedTimer clock; // for the trail: how long the restore took
 };

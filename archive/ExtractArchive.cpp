@@ -4,19 +4,28 @@
 #include "DecompressionStage.h"
 #include "FileDescriptor.h"
 #include "ThreadLocale.h"
+#include "WrittenFileSystems.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QLoggingCategory>
 
 #include <archive.h>
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <limits>
 #include <memory>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+// The service technician's trail of an extraction, on standard error.
+Q_LOGGING_CATEGORY(lcExtract, "qvb.archive")
 
 namespace Archive {
 namespace {
@@ -46,6 +55,34 @@ public:
 private:
     const QString saved;
 };
+
+// A write that failed because the storage is full or failing: the restore cannot be
+// whole, unlike an entry the file system refuses for its own reasons (a name too long, a
+// device node on a display model without the right), which is passed over as ever.
+bool StorageFailure(int error)
+{
+    return error == ENOSPC || error == EDQUOT || error == EIO;
+}
+
+// Opens the archive without ever waiting: a FIFO or a device named as the backup would
+// block an ordinary open until some writer appears. Anything but a regular file counts
+// as a file that cannot be opened (see docs/behaviour.md).
+Detail::FileDescriptor OpenRegularFile(const QString &path)
+{
+    Detail::FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status;
+    if (fd.IsOpen() && (::fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+        qCWarning(lcExtract, "%s is not a regular file", qUtf8Printable(path));
+        fd.Close();
+    }
+    return fd;
+}
+
+QByteArray ErrorText(struct archive *reader)
+{
+    const char *text = archive_error_string(reader);
+    return text ? QByteArray(text) : QByteArray("no error text");
+}
 
 } // namespace
 
@@ -133,30 +170,50 @@ void ExtractArchive::run()
 {
     SetResult(Running);
     lastPercent = std::numeric_limits<int>::min();
+    QElapsedTimer clock;
+    clock.start();
     const CurrentDirectoryKeeper currentDirectory;
     if (!skipData)
         QDir::setCurrent(destinationDirectory);
 
     if (!QFile::exists(archivePath)) {
+        qCWarning(lcExtract, "%s does not exist", qUtf8Printable(archivePath));
         SetResult(FileNotFound);
         emit ErrorOccurred(FileNotFound);
         return;
     }
-    Detail::FileDescriptor file(::open(archivePath.toUtf8().constData(), O_RDONLY | O_CLOEXEC));
+    Detail::FileDescriptor file = OpenRegularFile(archivePath);
     if (!file.IsOpen()) {
+        qCWarning(lcExtract, "cannot open %s: %s", qUtf8Printable(archivePath), std::strerror(errno));
         SetResult(OpenFailed);
         return;
     }
     fileDescriptor.store(file.Get());
     ::lseek(file.Get(), static_cast<off_t>(startOffset), SEEK_SET);
 
-    // Before the readers exist: libarchive settles a handle's character set on first use.
-    const Detail::Utf8CharacterTypeForThisThread utf8Names;
+    // A body with no byte in it restores nothing, whatever the reader would make of it:
+    // a backup cut off after its header, or a header whose length points past the end.
+    struct stat fileStatus;
+    const qint64 bodySize = ::fstat(file.Get(), &fileStatus) == 0 ? qint64(fileStatus.st_size) - startOffset : 0;
     const bool checkDigest = !expectedDigest.isEmpty();
     // A compressed body is decompressed on a thread of its own where there is a core to
     // spare, ahead of the reader that writes the entries; the rest is read directly.
-    const bool staged = !skipData && Detail::DecompressionStage::Worthwhile()
+    const bool staged = bodySize > 0 && !skipData && Detail::DecompressionStage::Worthwhile()
                         && Detail::DecompressionStage::IsCompressed(file.Get(), startOffset);
+    qCInfo(lcExtract, "extracting %s from offset %lld, body %lld bytes, digest %s, %s",
+           qUtf8Printable(archivePath), static_cast<long long>(startOffset),
+           static_cast<long long>(bodySize), checkDigest ? "checked" : "not stored",
+           staged ? "decompressed on a thread of its own" : "read directly");
+    if (bodySize <= 0) {
+        qCWarning(lcExtract, "the backup holds no archive body");
+        fileDescriptor.store(-1);
+        SetResult(ReadFailed);
+        emit ErrorOccurred(ReadFailed);
+        return;
+    }
+
+    // Before the readers exist: libarchive settles a handle's character set on first use.
+    const Detail::Utf8CharacterTypeForThisThread utf8Names;
     Detail::BodySource source(file.Get(), checkDigest,
                               staged ? Detail::BodySource::kStreamingBlockSize
                                      : Detail::BodySource::kDirectBlockSize);
@@ -164,6 +221,12 @@ void ExtractArchive::run()
 
     int status = ARCHIVE_OK;
     bool stoppedOnRequest = false;
+    bool storageFailed = false;
+    qint64 entries = 0;
+    qint64 unwritten = 0;
+    Detail::WrittenFileSystems written;
+    if (!skipData)
+        written.Note(".");
     {
         std::unique_ptr<Detail::DecompressionStage> stage;
         if (staged) {
@@ -191,13 +254,30 @@ void ExtractArchive::run()
                 stoppedOnRequest = true;
                 break;
             }
-            // An entry that cannot be written (disk full, a name the file system refuses)
-            // neither stops the restore nor changes its outcome; only a damaged archive does.
-            if (!skipData)
-                archive_read_extract(reader.get(), entry, kExtractFlags);
-            else
+            ++entries;
+            if (skipData) {
                 archive_read_data_skip(reader.get());
+                continue;
+            }
+            // An entry the file system refuses (a name too long, a node the display may
+            // not make) is passed over and does not change the outcome; one that cannot
+            // be written because the storage is full or failing ends the restore as a
+            // failure, and so does a damaged archive.
+            const QByteArray name = archive_entry_pathname(entry);
+            if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
+                const int error = archive_errno(reader.get());
+                qCWarning(lcExtract, "could not write %s: %s", name.constData(), ErrorText(reader.get()).constData());
+                ++unwritten;
+                if (StorageFailure(error)) {
+                    storageFailed = true;
+                    break;
+                }
+            }
+            written.Note(name.constData());
         }
+        if (status < ARCHIVE_OK)
+            qCWarning(lcExtract, "reading stopped after %lld entries: %s", static_cast<long long>(entries),
+                      ErrorText(reader.get()).constData());
         // The decompressing thread lets go of the body before anything else reads it.
         if (stage)
             stage->Stop();
@@ -205,7 +285,7 @@ void ExtractArchive::run()
 
     // ARCHIVE_EOF (1) and ARCHIVE_OK (0, after a cancel request) end well; the library's
     // negative codes do not, a warning included.
-    bool failed = static_cast<unsigned int>(status) > 1;
+    bool failed = storageFailed || static_cast<unsigned int>(status) > 1;
     if (!failed && checkDigest && !stoppedOnRequest) {
         unsigned char digest[16];
         switch (source.Finish(digest, cancelRequested)) {
@@ -214,8 +294,10 @@ void ExtractArchive::run()
             // fixed text, so it can come back shorter than 16 bytes.
             failed = QByteArray(reinterpret_cast<const char *>(digest), 16).left(expectedDigest.size())
                      != expectedDigest;
+            qCInfo(lcExtract, "body digest %s", failed ? "differs from the stored one" : "matches the stored one");
             break;
         case Detail::BodySource::DigestOutcome::ReadError:
+            qCWarning(lcExtract, "body could not be read to its end for the digest: %s", std::strerror(errno));
             failed = true;
             break;
         case Detail::BodySource::DigestOutcome::Cancelled:
@@ -226,6 +308,23 @@ void ExtractArchive::run()
     fileDescriptor.store(-1);
     file.Close();
 
+    // Whatever was written goes to the storage before the outcome is told, a failed
+    // restore's included (it is wiped next, and the wipe must not meet stale blocks).
+    if (!skipData) {
+        QByteArray directory;
+        int error = 0;
+        if (written.Flush(&directory, &error)) {
+            qCInfo(lcExtract, "flushed %zu file system(s)", written.Count());
+        } else {
+            qCWarning(lcExtract, "flushing the file system of %s failed: %s", directory.constData(),
+                      std::strerror(error));
+            failed = true;
+        }
+    }
+
+    qCInfo(lcExtract, "%s: %lld entries, %lld not written, %lld ms", failed ? "failed" : stoppedOnRequest ? "stopped on request" : "done",
+           static_cast<long long>(entries), static_cast<long long>(unwritten),
+           static_cast<long long>(clock.elapsed()));
     if (failed) {
         SetResult(ReadFailed);
         emit ErrorOccurred(ReadFailed);

@@ -97,7 +97,9 @@ quint64 CollectFilesOfList(const QStringList &paths, QStringList &files)
 
 void RemoveRecursively(const QFileInfo &info)
 {
-    if (!info.isDir()) {
+    // A link is an entry of the tree like any other: it goes, and what it points to stays,
+    // even when that is a directory elsewhere (see docs/behaviour.md).
+    if (info.isSymLink() || !info.isDir()) {
         QDir().remove(info.absoluteFilePath());
         return;
     }

@@ -36,7 +36,7 @@ quint64 CollectFiles(const QString &path, QStringList &files);
 quint64 CollectFilesOfList(const QStringList &paths, QStringList &files);
 
 // Removes a file, or a directory with everything listed in it. A directory still holding
-// hidden entries stays (with those entries).
+// hidden entries stays (with those entries). Links are removed, never followed.
 void RemoveRecursively(const QFileInfo &info);
 
 // Creates `path` and its missing parents with mode 0775 (the byte-string counterpart of

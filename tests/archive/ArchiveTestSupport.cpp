@@ -47,7 +47,9 @@ Outcome Run(Archive::ExtractArchive &job)
     const bool finished = job.wait(120000);
     QCoreApplication::sendPostedEvents(&receiver);
     outcome.result = job.GetResult();
-    const bool failed = outcome.result != Archive::ArchiveProcess::Ok;
+    // A file that cannot be opened is the one failure the job does not signal.
+    const bool failed = outcome.result != Archive::ArchiveProcess::Ok
+                        && outcome.result != Archive::ArchiveProcess::OpenFailed;
     outcome.clean = finished && QDir::currentPath() == directory
                     && openDescriptors() == descriptors
                     && outcome.errors.size() == (failed ? 1 : 0)

@@ -76,6 +76,9 @@ private slots:
         QVERIFY(Write(tree + "/a", 10) && Write(tree + "/sub/b", 20) && Write(target, 400));
         QVERIFY(Write(tree + "/.hidden", 1000) && Write(tree + "/sub/.hidden dir/e", 2000));
         QVERIFY(QDir().mkpath(tree + "/empty") && QFile::link(target, tree + "/link"));
+        const QString elsewhere = root.filePath("elsewhere");
+        QVERIFY(Write(elsewhere + "/precious", 1));
+        QVERIFY(QFile::link(elsewhere, root.filePath("outside")));
         QCOMPARE(mkfifo(QFile::encodeName(tree + "/pipe").constData(), 0644), 0);
         QCOMPARE(DirectorySize(tree, false), quint64(430));
         QCOMPARE(DirectorySize(tree + "/empty", true), quint64(QFileInfo(tree + "/empty").size()));
@@ -87,10 +90,16 @@ private slots:
         QVERIFY(files.first() == "kept" && files.contains(QFileInfo(target).canonicalFilePath()));
 
         // Whatever was listed is gone; hidden entries and the pipe keep their directories.
+        // Links go, never what they point to: a link to a directory outside the tree, met
+        // inside it or given as the tree itself, leaves that directory whole.
+        QVERIFY(QFile::link(elsewhere, tree + "/sub/dir link"));
         RemoveRecursively(QFileInfo(tree));
         QCOMPARE(Names(tree), QStringList({".hidden", "pipe", "sub"}));
         QCOMPARE(Names(tree + "/sub"), QStringList({".hidden dir"}));
         QVERIFY(QFileInfo::exists(target)); // the link went, not what it points to
+        RemoveRecursively(QFileInfo(root.filePath("outside")));
+        QVERIFY(!QFileInfo(root.filePath("outside")).isSymLink());
+        QCOMPARE(Names(elsewhere), QStringList({"precious"}));
     }
 
     void moveAndCopy()
