@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,6 +36,8 @@ BodySource::BodySource(int fd, bool digest, std::size_t blockSize)
 {
     const off_t here = ::lseek(fd, 0, SEEK_CUR);
     bodyStart = streamed = here < 0 ? 0 : here;
+    struct stat status;
+    sizeAtStart = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
     MovedTo(bodyStart);
     if (digest)
         pipeline.reset(new DigestPipeline);
@@ -117,7 +120,16 @@ la_int64_t BodySource::SeekCallback(struct archive *reader, void *self, la_int64
 
 ssize_t BodySource::ReadFully(unsigned char *target, std::size_t size)
 {
-    const ssize_t count = RetryInterrupted([&] { return ::read(fd, target, size); });
+    ssize_t count = RetryInterrupted([&] { return ::read(fd, target, size); });
+    // A file that ends before the size it had when the run began has not ended: the
+    // storage holding it has stopped delivering (a stick pulled out, a failing medium).
+    // Taken for the end, a plain tar would pass for complete at the next entry boundary.
+    if (count == 0 && size > 0 && at < sizeAtStart) {
+        errno = EIO;
+        count = -1;
+    }
+    if (count < 0 && readError == 0)
+        readError = errno;
     if (count > 0) {
         MovedTo(at + count);
         if (StreamIntact())
@@ -147,7 +159,7 @@ la_ssize_t BodySource::Read(struct archive *reader, const void **buffer)
     unsigned char *target = StreamIntact() ? pipeline->Reserve(size) : block.get();
     const ssize_t count = ReadFully(target, size);
     if (count < 0) {
-        archive_set_error(reader, errno, "Cannot read the archive");
+        archive_set_error(reader, errno, "Cannot read the archive: %s", std::strerror(errno));
         return ARCHIVE_FATAL;
     }
     if (StreamIntact())
@@ -189,7 +201,7 @@ la_int64_t BodySource::Skip(struct archive *reader, la_int64_t request)
         if (count < 0) {
             if (skipped > 0)
                 break;
-            archive_set_error(reader, errno, "Cannot read the archive");
+            archive_set_error(reader, errno, "Cannot read the archive: %s", std::strerror(errno));
             return ARCHIVE_FATAL;
         }
         if (count == 0)

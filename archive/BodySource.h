@@ -53,6 +53,11 @@ public:
     // True while the reader has consumed the body strictly in order from its start.
     bool StreamIntact() const;
 
+    // The error number of the first read of the file that failed, 0 if none did. A
+    // compression filter reading through this source reports a failed read in words of
+    // its own ("truncated input"); this keeps what the storage said.
+    int ReadError() const { return readError; }
+
 private:
     static la_ssize_t ReadCallback(struct archive *reader, void *self, const void **buffer);
     static la_int64_t SkipCallback(struct archive *reader, void *self, la_int64_t request);
@@ -69,9 +74,11 @@ private:
     const int fd;
     const std::size_t blockSize;
     off_t bodyStart = 0;
+    off_t sizeAtStart = 0;  // the file's size when the run began
     off_t at = 0;        // the descriptor's position, kept without asking the system
     off_t streamed = 0;  // where the bytes that went through the digest end
     bool abandoned = false;
+    int readError = 0;
     std::atomic<qint64> position {0};
     std::unique_ptr<DigestPipeline> pipeline;
     std::unique_ptr<unsigned char[]> block;

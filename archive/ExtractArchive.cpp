@@ -266,7 +266,8 @@ void ExtractArchive::run()
             const QByteArray name = archive_entry_pathname(entry);
             if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
                 const int error = archive_errno(reader.get());
-                qCWarning(lcExtract, "could not write %s: %s", name.constData(), ErrorText(reader.get()).constData());
+                qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
+                          ErrorText(reader.get()).constData(), std::strerror(error));
                 ++unwritten;
                 if (StorageFailure(error)) {
                     storageFailed = true;
@@ -282,6 +283,8 @@ void ExtractArchive::run()
         if (stage)
             stage->Stop();
     }
+    if (source.ReadError() != 0)
+        qCWarning(lcExtract, "the backup could not be read: %s", std::strerror(source.ReadError()));
 
     // ARCHIVE_EOF (1) and ARCHIVE_OK (0, after a cancel request) end well; the library's
     // negative codes do not, a warning included.

@@ -16,7 +16,17 @@ case_name=${1:?usage: restore-cases.sh CASE}
 source "$QVB_SOURCE_DIR/tools/e2e/lib.sh"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/qvb-e2e-$case_name.XXXXXX")
-trap 'rm -rf --one-file-system "$work"' EXIT
+# File systems and loop devices a case sets up on the host (storage made real: a full
+# disk, a power cut, a failing stick) go before the work directory, in reverse order.
+mounts=()
+loops=()
+cleanup() {
+  local i
+  for ((i = ${#mounts[@]} - 1; i >= 0; i--)); do umount -l "${mounts[i]}" 2> /dev/null || true; done
+  for i in "${loops[@]}"; do losetup -d "$i" 2> /dev/null || true; done
+  rm -rf --one-file-system "$work"
+}
+trap cleanup EXIT
 root=$work/root
 out=$root/tmp/qvb-drive
 program=${QVB_E2E_STAGE:-}/usr/bin/qvb-restore
@@ -341,6 +351,140 @@ case_digest_empty() {
   expect_success
   rm -rf "$work/intact" && qvb_reference_extract "$work/body" "$work/intact"
   check "the restored data differ from the intact backup's" differs_from_intact
+}
+
+# --- storage made real -------------------------------------------------------------------
+
+# mount_on DIR MOUNT-ARGUMENTS...: mounts on DIR (created) and unmounts it at the end.
+mount_on() {
+  local dir=$1
+  shift
+  mkdir -p "$dir"
+  mount "$@" "$dir"
+  mounts+=("$dir")
+}
+
+# program_said PATTERN: the program's standard error holds a trail line matching PATTERN.
+program_said() {
+  grep -qE "$1" "$out/program.out" || { echo "no trail line matching: $1" >&2; return 1; }
+}
+
+case_power_cut() {
+  # The data areas live on an ext4 image; its bytes are copied the moment the outcome is
+  # on the screen, which is what the storage holds if the ignition is switched off then.
+  make_backup tar.gz 100 1
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  truncate -s 96M "$work/disk.img"
+  mkfs.ext4 -q -F "$work/disk.img"
+  mount_on "$work/disk" -o loop "$work/disk.img"
+  local area
+  for area in home/data opt/OEM/data; do
+    mkdir -p "$work/disk/${area//\//-}"
+    cp -a "$root/$area/." "$work/disk/${area//\//-}/"
+    mount_on "$root/$area" --bind "$work/disk/${area//\//-}"
+  done
+  # Watches from the host what the driver inside the root sees and copies the image at
+  # once, without any sync of its own.
+  (
+    for _ in $(seq 1 6000); do
+      grep -q 'screenshot .*-message\.png' "$out/events" 2> /dev/null && break
+      sleep 0.02
+    done
+    cp "$work/disk.img" "$work/cut.img"
+  ) &
+  local watcher=$!
+  run_program -- "$backup"
+  wait "$watcher"
+  expect_success
+  check "the trail tells of the flush" program_said 'qvb\.archive: flushed [0-9]+ file system'
+  # What a display finds after the power cut: the journal replayed, the data areas read.
+  e2fsck -fy "$work/cut.img" > "$work/fsck.log" 2>&1 || [ $? -lt 4 ] ||
+    { cat "$work/fsck.log" >&2; check "the image copied at the outcome passes e2fsck" false; }
+  mount_on "$work/cut" -o ro,loop "$work/cut.img"
+  for area in home/data opt/OEM/data; do
+    mount_on "$work/cut-root/$area" --bind "$work/cut/${area//\//-}"
+  done
+  qvb_manifest "$work/cut-root" | grep -v 'qvb-restore-in-progress' > "$work/cut-manifest"
+  grep -v 'dbmain\.sqlite' "$work/expected" > "$work/expected-on-disk"
+  check "every restored entry is on the storage at the outcome, byte for byte" \
+    same "$work/expected-on-disk" "$work/cut-manifest"
+}
+
+case_full_storage() {
+  # A 15 MB backup onto a 5 MB data file system.
+  make_backup tar.gz 60 14
+  mount_on "$work/small" -t tmpfs -o size=5m tmpfs
+  local area
+  for area in home/data opt/OEM/data; do
+    mkdir -p "$work/small/${area//\//-}"
+    mount_on "$root/$area" --bind "$work/small/${area//\//-}"
+  done
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+  check "the trail names the entry that did not fit" program_said 'could not write .*No space left on device'
+}
+
+empty_body_case() { # HOW: a backup whose body holds no byte
+  mkdir -p "$root/media/usb" "$work/parts"
+  : > "$work/parts/nothing"
+  case "$1" in
+    empty-file) : > "$root$backup" ;;
+    v1-header-only) qvb_make_backup "$work/parts/nothing" "$root$backup" --header-version 1 ;;
+    v2-header-only) qvb_make_backup "$work/parts/nothing" "$root$backup" --no-digest ;;
+    length-past-end)
+      printf 'x' > "$work/parts/one-byte"
+      qvb_make_backup "$work/parts/one-byte" "$work/parts/whole" --no-digest
+      head -c 150 "$work/parts/whole" > "$root$backup" ;;
+  esac
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure
+  check "the trail says there was no body" program_said 'holds no archive body|reading stopped'
+}
+case_empty_file() { empty_body_case empty-file; }
+case_empty_body_v1() { empty_body_case v1-header-only; }
+case_empty_body_v2() { empty_body_case v2-header-only; }
+case_header_past_end() { empty_body_case length-past-end; }
+
+case_fifo_path() {
+  # A FIFO where the backup should be: an ordinary open would wait for a writer forever,
+  # before any dialog appeared.
+  mkdir -p "$root/media/usb"
+  mkfifo "$root$backup"
+  qvb_prepare_root "$root"
+  run_program -- "$backup"
+  expect_failure "$(cannot_open_en "$backup")"
+  check "the trail says why" program_said 'not a regular file|cannot open'
+}
+
+case_stick_pulled() {
+  # The stick fails part way: the backup lies on an ext4 image behind a loop device that
+  # reads past the end of its backing file as errors, and the image is cut at 60 % of the
+  # backup's data, so reads fail with EIO once the restore is well under way.
+  make_backup tar.gz 200 6
+  truncate -s 64M "$work/stick.img"
+  mkfs.ext4 -q -F -b 4096 "$work/stick.img"
+  local dev
+  dev=$(losetup --direct-io=on -f --show "$work/stick.img")
+  loops+=("$dev")
+  mount_on "$work/stick" "$dev"
+  cp "$root$backup" "$work/stick/backup.qvb"
+  sync -f "$work/stick/backup.qvb"
+  local first_block size
+  first_block=$(filefrag -v "$work/stick/backup.qvb" | awk '$1 == "0:" { gsub(/\.\./, " "); split($4, a, " "); print a[1]; exit }')
+  size=$(stat -c %s "$work/stick/backup.qvb")
+  umount "$work/stick"
+  truncate -s $((first_block * 4096 + size * 6 / 10 / 4096 * 4096)) "$work/stick.img"
+  rm -f "$root$backup"
+  mount_on "$root/media/usb" -o ro,noload "$dev"
+  qvb_prepare_root "$root"
+  local started=$SECONDS
+  run_program -- "$backup"
+  expect_failure
+  check "the failure is told within seconds" test $((SECONDS - started)) -lt 60
+  check "the trail has the read error" program_said 'Input/output error'
 }
 
 type "case_$case_name" > /dev/null 2>&1 || { echo "unknown case $case_name" >&2; exit 2; }
