@@ -16,7 +16,8 @@ namespace {
 QStringList EntriesOf(const char *directory)
 {
     // Dirs | Files | Drives | NoDotAndDotDot without Hidden or System: entries whose names
-    // begin with a full stop (and sockets, pipes, dangling links) are deliberately kept.
+    // begin with a full stop (and sockets, pipes, dangling links) are deliberately kept
+    // (see docs/behaviour.md).
     const QDir::Filters filter = QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot;
     QStringList paths;
     const QFileInfoList entries = QDir(QString::fromLatin1(directory)).entryInfoList(filter, QDir::Unsorted);

@@ -50,7 +50,7 @@ void RestoreInterface::StartRestore(const QString &path)
     QFile file;
     if (!OpenRegularFile(file, path)) {
         qCWarning(lcRestore, "cannot open %s as a regular file", qUtf8Printable(path));
-        // Not fatal on purpose: the restore goes on, the data areas are emptied and the
+        // Not fatal on purpose (see docs/behaviour.md): the restore goes on, the data areas are emptied and the
         // job reports the failure, so the display never keeps a half-trusted state.
         const QString title = QCoreApplication::translate("Dialog Title", "Restore Memory");
         const QString text =

@@ -16,7 +16,8 @@ namespace {
 // before the application object existed. Qt 5 has no such request: its linuxfb and eglfs
 // platforms, which the display family runs on, draw no decorations at all, and under a
 // desktop X server the window manager alone decides. The step stays here, named, so that
-// the start-up keeps its order and a platform that gains decorations has its place.
+// the start-up keeps its order and a platform that gains decorations has its place (see
+// docs/behaviour.md).
 void RequestWindowDecoration(const QString &name)
 {
     Q_UNUSED(name);

@@ -60,7 +60,8 @@ void ArchiveProcess::Cancel()
 {
     cancelRequested.store(true);
     wait(5000);
-    // Deliberately after the wait: the cancel outcome overrides whatever the run set.
+    // Deliberately after the wait: the cancel outcome overrides whatever the run set
+    // (see docs/behaviour.md).
     result.store(Cancelled);
 }
 

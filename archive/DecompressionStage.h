@@ -5,7 +5,7 @@
 // writes its entries. A first libarchive reader takes the body through its compression
 // filters only (raw format) and hands the plain bytes over a small bounded ring to the
 // second reader, which the job drives as usual. On a machine with more than one core the
-// inflating and the writing then overlap instead of taking turns.
+// inflating and the writing then overlap instead of taking turns (see docs/behaviour.md).
 //
 // The stage's thread alone touches the body source between the constructor and Stop(),
 // so the body source needs no locking of its own; after Stop() it is the caller's again.

@@ -68,7 +68,8 @@ void DigestPipeline::Work()
     // The digest only has to be done by the end, while decompressing and writing hold up
     // the restore as they go: on a machine with fewer cores than busy threads the
     // scheduler gives them precedence, and the digest takes up what they leave.
-    // Lowering one's own thread's priority needs no privilege; failing to is harmless.
+    // Lowering one's own thread's priority needs no privilege; failing to is harmless
+    // (see docs/behaviour.md).
     setpriority(PRIO_PROCESS, static_cast<id_t>(::syscall(SYS_gettid)), 10);
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {

@@ -58,7 +58,8 @@ private:
 
 // A write that failed because the storage is full or failing: the restore cannot be
 // whole, unlike an entry the file system refuses for its own reasons (a name too long, a
-// device node on a display model without the right), which is passed over as ever.
+// device node on a display model without the right), which is passed over as ever
+// (see docs/behaviour.md).
 bool StorageFailure(int error)
 {
     return error == ENOSPC || error == EDQUOT || error == EIO;
@@ -192,7 +193,8 @@ void ExtractArchive::run()
     ::lseek(file.Get(), static_cast<off_t>(startOffset), SEEK_SET);
 
     // A body with no byte in it restores nothing, whatever the reader would make of it:
-    // a backup cut off after its header, or a header whose length points past the end.
+    // a backup cut off after its header, or a header whose length points past the end
+    // (see docs/behaviour.md).
     struct stat fileStatus;
     const qint64 bodySize = ::fstat(file.Get(), &fileStatus) == 0 ? qint64(fileStatus.st_size) - startOffset : 0;
     const bool checkDigest = !expectedDigest.isEmpty();

@@ -119,7 +119,8 @@ void ValidateCompressedDirectoryProcess::OnTailFinished()
 
 void ValidateCompressedDirectoryProcess::OnGzipFinished()
 {
-    // The test program's exit code is not judged here (see the data check).
+    // The test program's exit code is not judged here (see the data check and
+    // docs/behaviour.md).
     result = Completed;
     emit Finished();
 }

@@ -71,7 +71,8 @@ void FileHeader::Read(Stream::In &in)
     } else {
         const std::string kind = m_record.ContentKind();
         // A file that ended inside the common part also leaves the text empty; the status
-        // check below reports that. Only a real 0 byte escapes, as std::out_of_range.
+        // check below reports that. Only a real 0 byte escapes, as std::out_of_range; the
+        // restore driver catches it (see docs/behaviour.md).
         if (!kind.empty() || in.IsOk())
             m_contentKind = static_cast<std::uint8_t>(kind.at(0));
     }

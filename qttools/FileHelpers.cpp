@@ -47,7 +47,8 @@ bool TouchFile(const QString &path)
     if (utime(name.constData(), nullptr) == 0)
         return true;
     // Only a missing file is something to repair; any other failure (no permission, a
-    // read-only file system) leaves the marker as it is and still counts as success.
+    // read-only file system) leaves the marker as it is and still counts as success
+    // (see docs/behaviour.md).
     if (errno != ENOENT)
         return true;
     const int fd = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0);

@@ -15,7 +15,7 @@ constexpr qint64 MaximumSettingsFileSize = 64 * 1024;
 
 // Hands the lines of the file at `path` to `examine` in order, until `examine` returns
 // true. The end-of-stream test comes before each examination, so the file's last line is
-// never examined; the readers depend on that and the files the display writes are shaped
+// never examined (see docs/behaviour.md); the readers depend on that and the files the display writes are shaped
 // around it. A missing, unreadable, oversized or non-regular file (a directory, a pipe, a
 // device) examines nothing.
 void ForEachLineButLast(const QString &path, const std::function<bool(const QString &line)> &examine);
