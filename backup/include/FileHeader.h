@@ -75,7 +75,8 @@ public:
     // test program's exit code is not judged), any other version by the body's MD5 digest
     // against the stored checksum, compared over the stored length only (an empty one
     // matches any completed digest). Blocks the calling thread until the check has ended.
-    // Defined with the archive jobs (BackupDataCheck.cpp).
+    // Defined in the data-check library above the archive jobs (backup/datacheck, target
+    // qvb_backup_datacheck), which callers of this operation link.
     bool VerifyData(const QString &path) const;
 
     Status GetStatus() const { return m_status; }
