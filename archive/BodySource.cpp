@@ -1,6 +1,7 @@
 #include "BodySource.h"
 
 #include "DigestPipeline.h"
+#include "Handles.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,16 +17,6 @@ namespace {
 // Reads that only feed the digest (skipped data, the tail after the archive's end, the
 // separate pass) use larger pieces; 32 KiB keeps the copy out of the page cache in L2.
 constexpr std::size_t kDigestReadSize = 32 * 1024;
-
-template<typename Call>
-ssize_t RetryInterrupted(Call call)
-{
-    ssize_t count;
-    do
-        count = call();
-    while (count < 0 && errno == EINTR);
-    return count;
-}
 
 } // namespace
 

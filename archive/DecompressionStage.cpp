@@ -1,5 +1,7 @@
 #include "DecompressionStage.h"
 
+#include "Handles.h"
+
 #include <archive.h>
 #include <archive_entry.h>
 
@@ -12,12 +14,6 @@
 namespace Archive {
 namespace Detail {
 namespace {
-
-struct ReaderDeleter
-{
-    void operator()(struct archive *reader) const { archive_read_free(reader); }
-};
-using Reader = std::unique_ptr<struct archive, ReaderDeleter>;
 
 // The compressions libarchive decodes in its own code. The probe registers these alone:
 // a filter that falls back to an external program (lzop, lrzip, grzip) would start one
@@ -32,16 +28,6 @@ void SupportBuiltInFilters(struct archive *reader)
     archive_read_support_filter_zstd(reader);
     archive_read_support_filter_lz4(reader);
     archive_read_support_filter_compress(reader);
-}
-
-template<typename Call>
-ssize_t RetryInterrupted(Call call)
-{
-    ssize_t count;
-    do
-        count = call();
-    while (count < 0 && errno == EINTR);
-    return count;
 }
 
 } // namespace

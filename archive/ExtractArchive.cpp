@@ -3,6 +3,7 @@
 #include "BodySource.h"
 #include "DecompressionStage.h"
 #include "FileDescriptor.h"
+#include "Handles.h"
 #include "ThreadLocale.h"
 #include "WrittenFileSystems.h"
 
@@ -34,11 +35,7 @@ namespace {
 constexpr int kExtractFlags = ARCHIVE_EXTRACT_OWNER | ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME;
 static_assert(kExtractFlags == 7, "the display's extraction flags are owner, permissions and times");
 
-struct ReaderDeleter
-{
-    void operator()(struct archive *reader) const { archive_read_free(reader); }
-};
-using Reader = std::unique_ptr<struct archive, ReaderDeleter>;
+using Detail::Reader;
 
 // The run changes the process's current directory; every way out of it puts it back.
 class CurrentDirectoryKeeper

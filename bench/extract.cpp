@@ -12,6 +12,7 @@
 // Prints one line: "result=R progress-events=N last-percent=P seconds=S"; the exit
 // status is 0 when the job's result is Ok.
 
+#include "DriverSupport.h"
 #include "ExtractArchive.h"
 
 #include <QByteArray>
@@ -59,23 +60,12 @@ int main(int argc, char **argv)
     if (!expectedDigest.isEmpty())
         job.SetExpectedDigest(expectedDigest);
 
-    // Stands in for the progress dialog: lives in the main thread, so every percentage
-    // crosses threads as a queued event, as it does in the restore.
-    QObject receiver;
     qint64 progressEvents = 0;
     int lastPercent = -1;
-    QObject::connect(&job, &Archive::ArchiveProcess::PercentProgress, &receiver, [&](int percent) {
+    const double seconds = BenchDriver::RunToEnd(app, job, [&](int percent) {
         ++progressEvents;
         lastPercent = percent;
     });
-    QObject::connect(&job, &QThread::finished, &app, &QCoreApplication::quit);
-
-    QElapsedTimer timer;
-    timer.start();
-    job.start();
-    app.exec();
-    job.wait();
-    const double seconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
 
     const int result = static_cast<int>(job.GetResult());
     std::printf("result=%d progress-events=%lld last-percent=%d seconds=%.3f\n", result,

@@ -7,6 +7,7 @@
 // lower-case hex so the two can be compared directly; exit status 0 when the job
 // finished its digest (result 4).
 
+#include "DriverSupport.h"
 #include "MD5SumProcess.h"
 
 #include <QByteArray>
@@ -36,18 +37,8 @@ int main(int argc, char **argv)
     }
 
     Archive::MD5SumProcess job(arguments.at(0), offset);
-    QObject receiver;
     qint64 progressEvents = 0;
-    QObject::connect(&job, &Archive::MD5SumProcess::PercentProgress, &receiver,
-                     [&](int) { ++progressEvents; });
-    QObject::connect(&job, &QThread::finished, &app, &QCoreApplication::quit);
-
-    QElapsedTimer timer;
-    timer.start();
-    job.start();
-    app.exec();
-    job.wait();
-    const double seconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
+    const double seconds = BenchDriver::RunToEnd(app, job, [&](int) { ++progressEvents; });
 
     const auto digest = job.GetDigest();
     const QByteArray bytes(reinterpret_cast<const char *>(digest.data()), static_cast<int>(digest.size()));

@@ -10,11 +10,7 @@ const QString kHome = QStringLiteral("/home/data");
 const QString kOem = QStringLiteral("/opt/OEM/data");
 const QString kDatabase = QString::fromLatin1(DataAreas::ConfigurationDatabase);
 
-QStringList Entries(const QString &directory)
-{
-    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
-                                     | QDir::NoDotAndDotDot);
-}
+using TestSupport::Entries;
 
 } // namespace
 

@@ -5,6 +5,7 @@
 #include "DecompressionStage.h"
 #include "DigestPipeline.h"
 #include "FileDescriptor.h"
+#include "Handles.h"
 #include "ThreadLocale.h"
 
 #include <archive.h>
@@ -60,11 +61,7 @@ bool IsCompressed(const QByteArray &body)
     return compressed && positionKept;
 }
 
-struct ReaderDeleter
-{
-    void operator()(struct archive *reader) const { archive_read_free(reader); }
-};
-using Reader = std::unique_ptr<struct archive, ReaderDeleter>;
+using Archive::Detail::Reader;
 
 // What a reader fed by the stage gets to see: every byte, or the error that stopped it.
 struct Drained

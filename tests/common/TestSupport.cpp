@@ -20,6 +20,12 @@ QByteArray ReadFile(const QString &path)
     return file.readAll();
 }
 
+QStringList Entries(const QString &directory)
+{
+    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
+                                     | QDir::NoDotAndDotDot);
+}
+
 bool WriteFile(const QString &path, const QByteArray &data)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());

@@ -14,6 +14,9 @@ bool InThrowawayRoot();
 // Reads a whole file; an empty array when it cannot be read.
 QByteArray ReadFile(const QString &path);
 
+// Every entry of a directory, hidden and system ones included, sorted by name.
+QStringList Entries(const QString &directory);
+
 // Writes a whole file, creating missing parent directories.
 bool WriteFile(const QString &path, const QByteArray &data);
 

@@ -34,12 +34,6 @@ bool Write(const QString &path, int size = 1)
     return TestSupport::WriteFile(path, QByteArray(size, 'x'));
 }
 
-QStringList Names(const QString &directory)
-{
-    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
-                                     | QDir::NoDotAndDotDot);
-}
-
 } // namespace
 
 class FileHelpersTest : public QObject
@@ -64,7 +58,7 @@ private slots:
         QVERIFY(!TouchFile("/home/data/missing/marker"));
         // Errors other than a missing file count as success without creating anything.
         QVERIFY(TouchFile("/home/data/plain/marker"));
-        QCOMPARE(Names("/home/data"), QStringList({"new", "plain"}));
+        QCOMPARE(TestSupport::Entries("/home/data"), QStringList({"new", "plain"}));
     }
 
     // One tree with files of known sizes, hidden entries, a pipe and a link to a file
@@ -94,12 +88,12 @@ private slots:
         // inside it or given as the tree itself, leaves that directory whole.
         QVERIFY(QFile::link(elsewhere, tree + "/sub/dir link"));
         RemoveRecursively(QFileInfo(tree));
-        QCOMPARE(Names(tree), QStringList({".hidden", "pipe", "sub"}));
-        QCOMPARE(Names(tree + "/sub"), QStringList({".hidden dir"}));
+        QCOMPARE(TestSupport::Entries(tree), QStringList({".hidden", "pipe", "sub"}));
+        QCOMPARE(TestSupport::Entries(tree + "/sub"), QStringList({".hidden dir"}));
         QVERIFY(QFileInfo::exists(target)); // the link went, not what it points to
         RemoveRecursively(QFileInfo(root.filePath("outside")));
         QVERIFY(!QFileInfo(root.filePath("outside")).isSymLink());
-        QCOMPARE(Names(elsewhere), QStringList({"precious"}));
+        QCOMPARE(TestSupport::Entries(elsewhere), QStringList({"precious"}));
     }
 
     void moveAndCopy()
@@ -174,12 +168,12 @@ private slots:
     {
         const Guid first = MakeGuid(kFirst), second = MakeGuid(kSecond);
         MergeObjectDirectory(first, second); // no source: nothing, not even the target
-        QCOMPARE(Names(kObjects), QStringList());
+        QCOMPARE(TestSupport::Entries(kObjects), QStringList());
         QVERIFY(Write(ObjectPath(kSecond, "both/target")) && Write(ObjectPath(kSecond, "ln/x")));
         RenameObjectDirectory(second, first);
         MergeObjectDirectory(first, second); // into a missing target; the emptied source stays
-        QCOMPARE(Names(kObjects), QStringList({kFirst, kSecond}));
-        QCOMPARE(Names(ObjectPath(kFirst)), QStringList());
+        QCOMPARE(TestSupport::Entries(kObjects), QStringList({kFirst, kSecond}));
+        QCOMPARE(TestSupport::Entries(ObjectPath(kFirst)), QStringList());
         for (const char *path : {"new/data", "both/source", ".hidden/data", "file"})
             QVERIFY(Write(ObjectPath(kFirst, path)));
         QVERIFY(QFile::link(ObjectPath(kSecond, "ln"), ObjectPath(kFirst, "ln")));
@@ -189,7 +183,7 @@ private slots:
              ListObjectEntries(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot))
             listed << entry.fileName();
         QCOMPARE(listed.join(','), QString(".hidden,both,file,both,ln,new"));
-        QCOMPARE(Names(ObjectPath(kSecond, "both")), QStringList({"target"}));
+        QCOMPARE(TestSupport::Entries(ObjectPath(kSecond, "both")), QStringList({"target"}));
     }
 
     // Links, read-only, unreadable files, directories, other names: each would come first.
@@ -197,7 +191,7 @@ private slots:
     {
         const Guid first = MakeGuid(kFirst);
         QCOMPARE(ObjectImagePath(first), "/home/data/objects//" + QString(kFirst) + "/image.png");
-        QCOMPARE(Names(kObjects), QStringList({kFirst})); // the directory is made
+        QCOMPARE(TestSupport::Entries(kObjects), QStringList({kFirst})); // the directory is made
         QVERIFY(Write(ObjectPath(kFirst, "IMAGE.JPG")) && Write(ObjectPath(kFirst, "images.png")));
         QVERIFY(Write(ObjectPath(kFirst, "image.b")) && Write(ObjectPath(kFirst, "image.c")));
         QVERIFY(QFile::setPermissions(ObjectPath(kFirst, "image.b"), QFile::ReadOwner));

@@ -36,23 +36,10 @@ int Fail(const QString &message)
     return 1;
 }
 
-bool Digest(QFile &body, QByteArray &digest)
-{
-    QCryptographicHash hash(QCryptographicHash::Md5);
-    std::vector<char> block(kBlockSize);
-    while (true) {
-        const qint64 got = body.read(block.data(), kBlockSize);
-        if (got < 0)
-            return false;
-        if (got == 0)
-            break;
-        hash.addData(block.data(), int(got));
-    }
-    digest = hash.result();
-    return true;
-}
-
-bool CopyBody(QFile &body, QFile &output)
+// Reads the body to its end in blocks, handing each block to `take`; false when a read
+// or `take` fails.
+template<typename Take>
+bool ForEachBlock(QFile &body, Take take)
 {
     std::vector<char> block(kBlockSize);
     while (true) {
@@ -61,9 +48,26 @@ bool CopyBody(QFile &body, QFile &output)
             return false;
         if (got == 0)
             return true;
-        if (output.write(block.data(), got) != got)
+        if (!take(block.data(), got))
             return false;
     }
+}
+
+bool Digest(QFile &body, QByteArray &digest)
+{
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    if (!ForEachBlock(body, [&](const char *data, qint64 size) {
+            hash.addData(data, int(size));
+            return true;
+        }))
+        return false;
+    digest = hash.result();
+    return true;
+}
+
+bool CopyBody(QFile &body, QFile &output)
+{
+    return ForEachBlock(body, [&](const char *data, qint64 size) { return output.write(data, size) == size; });
 }
 
 } // namespace
