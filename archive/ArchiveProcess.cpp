@@ -1,5 +1,7 @@
 #include "ArchiveProcess.h"
 
+#include "CancelRequest.h"
+
 namespace Archive {
 
 ArchiveProcess::ArchiveProcess(QObject *parent)
@@ -58,11 +60,7 @@ bool ArchiveProcess::IsCancelRequested() const
 
 void ArchiveProcess::Cancel()
 {
-    cancelRequested.store(true);
-    wait(5000);
-    // Deliberately after the wait: the cancel outcome overrides whatever the run set
-    // (see docs/behaviour.md).
-    result.store(Cancelled);
+    Detail::CancelAndMark(*this, cancelRequested, 5000, result, Cancelled);
 }
 
 } // namespace Archive

@@ -4,6 +4,7 @@
 #include "DecompressionStage.h"
 #include "FileDescriptor.h"
 #include "Handles.h"
+#include "MD5.h"
 #include "ThreadLocale.h"
 #include "WrittenFileSystems.h"
 
@@ -292,10 +293,8 @@ void ExtractArchive::run()
         unsigned char digest[16];
         switch (source.Finish(digest, cancelRequested)) {
         case Detail::BodySource::DigestOutcome::Complete:
-            // Compared over the stored length only: the header keeps the digest as a
-            // fixed text, so it can come back shorter than 16 bytes.
-            failed = QByteArray(reinterpret_cast<const char *>(digest), 16).left(expectedDigest.size())
-                     != expectedDigest;
+            failed = !StoredDigestMatches(reinterpret_cast<const unsigned char *>(expectedDigest.constData()),
+                                          static_cast<std::size_t>(expectedDigest.size()), digest);
             qCInfo(lcExtract, "body digest %s", failed ? "differs from the stored one" : "matches the stored one");
             break;
         case Detail::BodySource::DigestOutcome::ReadError:

@@ -1,5 +1,6 @@
 #include "MD5.h"
 
+#include <algorithm>
 #include <cstring>
 
 // A straight, fully unrolled RFC 1321 core. The round functions use the usual
@@ -201,6 +202,11 @@ void MD5Final(MD5Context &context, unsigned char digest[16])
     for (int i = 0; i < 4; ++i)
         StoreLittleEndian(digest + 4 * i, context.state[i]);
     std::memset(&context, 0, sizeof context);
+}
+
+bool StoredDigestMatches(const unsigned char *stored, std::size_t storedLength, const unsigned char computed[16])
+{
+    return storedLength <= 16 && std::equal(stored, stored + storedLength, computed);
 }
 
 } // namespace Archive

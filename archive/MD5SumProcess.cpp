@@ -1,5 +1,7 @@
 #include "MD5SumProcess.h"
 
+#include "CancelRequest.h"
+
 #include "MD5.h"
 
 #include <QFile>
@@ -41,9 +43,7 @@ MD5SumProcess::Result MD5SumProcess::GetResult() const
 
 void MD5SumProcess::Cancel()
 {
-    cancelRequested.store(true);
-    wait(10000);
-    result.store(Cancelled);
+    Detail::CancelAndMark(*this, cancelRequested, 10000, result, Cancelled);
 }
 
 void MD5SumProcess::run()

@@ -20,4 +20,10 @@ void MD5Update(MD5Context &context, const void *data, std::size_t length);
 // Writes the digest to digest[0..15]. The context must be initialised again before reuse.
 void MD5Final(MD5Context &context, unsigned char digest[16]);
 
+// Whether a digest stored in a backup header matches the computed one. The header keeps
+// the digest as a fixed text: a 0x00 byte ends it early and trailing 0xFF bytes are
+// trimmed on reading, so only its stored length is compared, and an empty one matches
+// (see docs/behaviour.md).
+bool StoredDigestMatches(const unsigned char *stored, std::size_t storedLength, const unsigned char computed[16]);
+
 } // namespace Archive

@@ -2,6 +2,7 @@
 
 #include "FileHeader.h"
 
+#include "MD5.h"
 #include "MD5SumProcess.h"
 #include "ValidateCompressedDirectoryProcess.h"
 
@@ -28,12 +29,11 @@ bool FileHeader::VerifyData(const QString &path) const
     job.wait();
     if (job.GetResult() != Archive::MD5SumProcess::Done)
         return false;
-    // The stored digest is a fixed text: a 0x00 byte ends it early and trailing 0xFF
-    // bytes are trimmed on reading, so only its stored length can be compared.
     const std::vector<std::uint8_t> stored = Checksum();
-    const QByteArray digest = job.GetDigest();
-    return stored.size() <= static_cast<std::size_t>(digest.size())
-           && std::equal(stored.begin(), stored.end(), reinterpret_cast<const std::uint8_t *>(digest.constData()));
+    const QByteArray computed = job.GetDigest();
+    return computed.size() == 16
+           && Archive::StoredDigestMatches(stored.data(), stored.size(),
+                                           reinterpret_cast<const unsigned char *>(computed.constData()));
 }
 
 } // namespace Backup
