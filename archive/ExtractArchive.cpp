@@ -38,45 +38,6 @@ static_assert(kExtractFlags == 7, "the display's extraction flags are owner, per
 
 using Detail::Reader;
 
-// The run changes the process's current directory; every way out of it puts it back.
-class CurrentDirectoryKeeper
-{
-public:
-    CurrentDirectoryKeeper()
-        : saved(QDir::currentPath())
-    {
-    }
-    ~CurrentDirectoryKeeper() { QDir::setCurrent(saved); }
-    CurrentDirectoryKeeper(const CurrentDirectoryKeeper &) = delete;
-    CurrentDirectoryKeeper &operator=(const CurrentDirectoryKeeper &) = delete;
-
-private:
-    const QString saved;
-};
-
-// A write that failed because the storage is full or failing: the restore cannot be
-// whole, unlike an entry the file system refuses for its own reasons (a name too long, a
-// device node on a display model without the right), which is passed over as ever
-// (see docs/behaviour.md).
-bool StorageFailure(int error)
-{
-    return error == ENOSPC || error == EDQUOT || error == EIO;
-}
-
-// Opens the archive without ever waiting: a FIFO or a device named as the backup would
-// block an ordinary open until some writer appears. Anything but a regular file counts
-// as a file that cannot be opened (see docs/behaviour.md).
-Detail::FileDescriptor OpenRegularFile(const QString &path)
-{
-    Detail::FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status;
-    if (fd.IsOpen() && (::fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
-        qCWarning(lcExtract, "%s is not a regular file", qUtf8Printable(path));
-        fd.Close();
-    }
-    return fd;
-}
-
 QByteArray ErrorText(struct archive *reader)
 {
     const char *text = archive_error_string(reader);
@@ -171,7 +132,7 @@ void ExtractArchive::run()
     lastPercent = std::numeric_limits<int>::min();
     QElapsedTimer clock;
     clock.start();
-    const CurrentDirectoryKeeper currentDirectory;
+    const Detail::CurrentDirectoryKeeper currentDirectory;
     if (!skipData)
         QDir::setCurrent(destinationDirectory);
 
@@ -181,9 +142,11 @@ void ExtractArchive::run()
         emit ErrorOccurred(FileNotFound);
         return;
     }
-    Detail::FileDescriptor file = OpenRegularFile(archivePath);
+    bool regular = true;
+    Detail::FileDescriptor file = Detail::FileDescriptor::OpenRegularFile(QFile::encodeName(archivePath).constData(), &regular);
     if (!file.IsOpen()) {
-        qCWarning(lcExtract, "cannot open %s: %s", qUtf8Printable(archivePath), std::strerror(errno));
+        qCWarning(lcExtract, "cannot open %s: %s", qUtf8Printable(archivePath),
+                  regular ? std::strerror(errno) : "not a regular file");
         SetResult(OpenFailed);
         return;
     }
@@ -269,7 +232,7 @@ void ExtractArchive::run()
                 qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
                           ErrorText(reader.get()).constData(), std::strerror(error));
                 ++unwritten;
-                if (StorageFailure(error)) {
+                if (Detail::WrittenFileSystems::IsStorageFailure(error)) {
                     storageFailed = true;
                     break;
                 }

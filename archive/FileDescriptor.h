@@ -4,6 +4,8 @@
 // A file descriptor owned by one object: closed exactly once, when the owner goes or asks
 // for it, on every way out of a job's run.
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Archive {
@@ -32,6 +34,20 @@ public:
             other.fd = -1;
         }
         return *this;
+    }
+
+    // Opens `path` for reading without ever waiting: a FIFO or a device named as the file
+    // would block an ordinary open until some writer appears. Anything but a regular file
+    // counts as a file that cannot be opened, with *regular set to false (see
+    // docs/behaviour.md).
+    static FileDescriptor OpenRegularFile(const char *path, bool *regular)
+    {
+        FileDescriptor opened(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        struct stat status;
+        *regular = !opened.IsOpen() || (::fstat(opened.fd, &status) == 0 && S_ISREG(status.st_mode));
+        if (!*regular)
+            opened.Close();
+        return opened;
     }
 
     int Get() const { return fd; }

@@ -3,6 +3,9 @@
 //
 // Owning handles and system-call habits shared by the extraction's parts.
 
+#include <QDir>
+#include <QString>
+
 #include <archive.h>
 
 #include <cerrno>
@@ -30,6 +33,23 @@ ssize_t RetryInterrupted(Call call)
     while (count < 0 && errno == EINTR);
     return count;
 }
+
+// The extraction changes the process's current directory; every way out of its run puts
+// it back.
+class CurrentDirectoryKeeper
+{
+public:
+    CurrentDirectoryKeeper()
+        : saved(QDir::currentPath())
+    {
+    }
+    ~CurrentDirectoryKeeper() { QDir::setCurrent(saved); }
+    CurrentDirectoryKeeper(const CurrentDirectoryKeeper &) = delete;
+    CurrentDirectoryKeeper &operator=(const CurrentDirectoryKeeper &) = delete;
+
+private:
+    const QString saved;
+};
 
 } // namespace Detail
 } // namespace Archive

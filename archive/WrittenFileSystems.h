@@ -9,6 +9,7 @@
 
 #include <QByteArray>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,12 @@ public:
     bool Flush(QByteArray *failedDirectory, int *error) const;
 
     std::size_t Count() const { return seen.size(); }
+
+    // A write that failed because the storage is full or failing: the restore cannot be
+    // whole, unlike an entry the file system refuses for its own reasons (a name too long,
+    // a device node on a display model without the right), which is passed over as ever
+    // (see docs/behaviour.md).
+    static bool IsStorageFailure(int error) { return error == ENOSPC || error == EDQUOT || error == EIO; }
 
 private:
     void NoteDirectory(const std::string &directory);
