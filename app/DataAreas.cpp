@@ -39,16 +39,16 @@ bool Flush(const QByteArray &path)
 
 QByteArray MarkerDirectory()
 {
-    return QFile::encodeName(QFileInfo(QString::fromLatin1(RestoreMarker)).absolutePath());
+    return QFile::encodeName(QFileInfo(QString::fromLatin1(kRestoreMarker)).absolutePath());
 }
 
 } // namespace
 
 QStringList DataAreaEntries()
 {
-    QStringList paths = EntriesOf(HomeDataDirectory);
-    paths << EntriesOf(OemDataDirectory);
-    paths << QString::fromLatin1(ConfigurationDatabase);
+    QStringList paths = EntriesOf(kHomeDataDirectory);
+    paths << EntriesOf(kOemDataDirectory);
+    paths << QString::fromLatin1(kConfigurationDatabase);
     return paths;
 }
 
@@ -64,14 +64,14 @@ void ClearDataAreas()
 
 bool SetRestoreMarker()
 {
-    const bool touched = TouchFile(QString::fromLatin1(RestoreMarker));
+    const bool touched = TouchFile(QString::fromLatin1(kRestoreMarker));
     // The file's own data and the directory entry naming it are flushed separately.
-    return touched && Flush(RestoreMarker) && Flush(MarkerDirectory());
+    return touched && Flush(kRestoreMarker) && Flush(MarkerDirectory());
 }
 
 void RemoveRestoreMarker()
 {
-    QFile::remove(QString::fromLatin1(RestoreMarker));
+    QFile::remove(QString::fromLatin1(kRestoreMarker));
     Flush(MarkerDirectory());
 }
 

@@ -24,7 +24,7 @@ const char kDateFormat[] = "%m%d%Y%I%M%S%p";
 // Older writers left the AM/PM marker off.
 const char kDateFormatWithoutMarker[] = "%m%d%Y%I%M%S";
 
-const char *const kFileTypes[DataFileHeader::FileTypeCount] = {
+const char *const kFileTypes[DataFileHeader::kFileTypeCount] = {
     "YLD FILE",
     "RM7700 LOG FILE 1.0",
     "RM7700 TARGET RASTER",
@@ -127,12 +127,12 @@ std::string FormatDate(std::time_t timestamp)
 
 const char *DataFileHeader::FileTypeTableName(int index)
 {
-    return index >= 0 && index < FileTypeCount ? kFileTypes[index] : nullptr;
+    return index >= 0 && index < kFileTypeCount ? kFileTypes[index] : nullptr;
 }
 
 int DataFileHeader::LookUpFileType(const std::string &name)
 {
-    for (int index = 0; index < FileTypeCount; ++index) {
+    for (int index = 0; index < kFileTypeCount; ++index) {
         if (std::strncmp(name.c_str(), kFileTypes[index], name.size()) == 0)
             return index;
     }
@@ -187,7 +187,7 @@ void DataFileHeader::SetFileType(int index)
     if (index == -1) {
         m_fileTypeName.Set("");
         m_fileType = -1;
-    } else if (index >= 0 && index < FileTypeCount) {
+    } else if (index >= 0 && index < kFileTypeCount) {
         m_fileTypeName.Set(kFileTypes[index]);
         m_fileType = index;
     }

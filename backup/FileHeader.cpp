@@ -41,7 +41,7 @@ DataFileHeader FileHeader::NewBackupRecord(unsigned long headerVersion)
 {
     DataFileHeader record(-1);
     record.SetHeaderVersion(headerVersion);
-    record.SetFileType(DataFileHeader::BackupFileType);
+    record.SetFileType(DataFileHeader::kBackupFileType);
     record.SetContentKind(kWrittenContentKind);
     return record;
 }
@@ -49,7 +49,7 @@ DataFileHeader FileHeader::NewBackupRecord(unsigned long headerVersion)
 void FileHeader::Read(Stream::In &in)
 {
     m_record.Read(in);
-    if (!m_record.IsFileType(DataFileHeader::BackupFileType)) {
+    if (!m_record.IsFileType(DataFileHeader::kBackupFileType)) {
         m_status = NotABackup;
         return;
     }

@@ -1,13 +1,16 @@
 #include "DialogLook.h"
 
 #include "Images.h"
+#include "ResultButtonInfo.h"
 
 #include <QApplication>
 #include <QFrame>
+#include <QIcon>
 #include <QPainter>
 #include <QPalette>
 #include <QPointer>
 #include <QProxyStyle>
+#include <QPushButton>
 #include <QStyleOption>
 
 namespace Generic {
@@ -101,6 +104,21 @@ void ColourButton(QWidget *button, const QColor &colour)
     }
     button->setPalette(palette);
     button->setStyle(FlatStyle());
+}
+
+bool ApplyButtonInfo(QPushButton *button, const ResultButtonInfo &info)
+{
+    if (!info.visible) {
+        button->hide();
+        return false;
+    }
+    button->show();
+    const QPixmap pixmap = ImagePixmap(static_cast<Images::Type>(info.icon));
+    button->setIcon(QIcon(pixmap));
+    if (!pixmap.isNull())
+        button->setIconSize(pixmap.size());
+    button->setText(info.text);
+    return true;
 }
 
 } // namespace Generic

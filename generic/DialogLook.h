@@ -3,15 +3,18 @@
 
 #include <QColor>
 
+class QPushButton;
 class QStyle;
 class QWidget;
 
 namespace Generic {
 
+class ResultButtonInfo;
+
 // Button colours of the family; captions are white on all of them.
-const QColor kAcceptColour(50, 181, 50);
-const QColor kCancelColour(181, 50, 50);
-const QColor kHelpColour(50, 120, 181);
+inline const QColor kAcceptColour(50, 181, 50);
+inline const QColor kCancelColour(181, 50, 50);
+inline const QColor kHelpColour(50, 120, 181);
 
 // Paints the widget's background with "/home/resources/image/DialogBackground.png", or
 // with the compiled-in picture when the display's resource folder lacks it.
@@ -31,5 +34,9 @@ QStyle *FlatStyle();
 // activate the window on top, and a dialog's buttons must not turn grey for that. The
 // disabled group keeps the style's greyed look.
 void ColourButton(QWidget *button, const QColor &colour);
+
+// Shows the button with the info's picture and caption, or hides it when the info says
+// there is none; returns whether it is shown.
+bool ApplyButtonInfo(QPushButton *button, const ResultButtonInfo &info);
 
 } // namespace Generic

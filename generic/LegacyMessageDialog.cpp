@@ -25,17 +25,17 @@ LegacyMessageDialog::LegacyMessageDialog(QWidget *parent, int mode, Images::Type
     ResultButtonInfo middle = OkButton();
     ResultButtonInfo right = CancelButton();
     switch (mode) {
-    case 0:
+    case LeftAndRight:
         middle.visible = false;
         break;
-    case 1:
+    case MiddleOnly:
         left.visible = false;
         right.visible = false;
         break;
-    case 2:
+    case AllThreeMiddleTwo:
         middle.result = 2;
         break;
-    case 3:
+    case NoButtonRow:
         left.visible = false;
         middle.visible = false;
         right.visible = false;
@@ -55,7 +55,7 @@ LegacyMessageDialog *LegacyMessageDialog::Create(QWidget *parent, const QString 
                                                  const QString &middleText,
                                                  const QString &rightText)
 {
-    auto *dialog = new LegacyMessageDialog(parent, 3, Images::MessageInfo);
+    auto *dialog = new LegacyMessageDialog(parent, NoButtonRow, Images::MessageInfo);
     dialog->SetTitle(title);
     dialog->SetText(text);
     if (!leftText.isEmpty()) {
@@ -135,18 +135,10 @@ void LegacyMessageDialog::SetButtonInfo(Button button, ResultButtonInfo info)
         m_right = info;
         break;
     }
-    if (!info.visible) {
-        widget->hide();
+    if (!ApplyButtonInfo(widget, info))
         return;
-    }
-    // A button that is to be seen needs its row, which mode 3 hides.
+    // A button that is to be seen needs its row, which mode NoButtonRow hides.
     ui_frameButtons->show();
-    widget->show();
-    const QPixmap pixmap = ImagePixmap(static_cast<Images::Type>(info.icon));
-    widget->setIcon(QIcon(pixmap));
-    if (!pixmap.isNull())
-        widget->setIconSize(pixmap.size());
-    widget->setText(info.text);
     if (info.icon == Images::StandardAccept)
         ColourButton(widget, kAcceptColour);
     else if (info.icon == Images::StandardCancel)

@@ -51,7 +51,7 @@ void MessageDialog::SetIcon(Images::Type icon)
 MessageDialog *MessageDialog::CreateInformation(const QString &title, const QString &text,
                                                 QWidget *parent)
 {
-    return new MessageDialog(title, text, Images::MessageInfo, 1, parent);
+    return new MessageDialog(title, text, Images::MessageInfo, DoneOnly, parent);
 }
 
 void MessageDialog::ShowInformation(const QString &title, const QString &text)
@@ -62,7 +62,7 @@ void MessageDialog::ShowInformation(const QString &title, const QString &text)
 MessageDialog *MessageDialog::CreateWarning(const QString &title, const QString &text,
                                             QWidget *parent)
 {
-    return new MessageDialog(title, text, Images::MessageWarning, 1, parent);
+    return new MessageDialog(title, text, Images::MessageWarning, DoneOnly, parent);
 }
 
 void MessageDialog::ShowWarning(const QString &title, const QString &text)
@@ -73,7 +73,7 @@ void MessageDialog::ShowWarning(const QString &title, const QString &text)
 MessageDialog *MessageDialog::CreateQuestion(const QString &title, const QString &text,
                                              QWidget *parent)
 {
-    return new MessageDialog(title, text, Images::MessageQuestion, 0, parent);
+    return new MessageDialog(title, text, Images::MessageQuestion, AcceptAndCancel, parent);
 }
 
 int MessageDialog::ShowQuestion(const QString &title, const QString &text)
@@ -84,7 +84,7 @@ int MessageDialog::ShowQuestion(const QString &title, const QString &text)
 MessageDialog *MessageDialog::CreateWait(const QString &title, const QString &text,
                                          int timeoutMs, QWidget *parent)
 {
-    auto *dialog = new MessageDialog(title, text, Images::MessageWait, 3, parent);
+    auto *dialog = new MessageDialog(title, text, Images::MessageWait, NoButtons, parent);
     if (timeoutMs >= 1)
         QTimer::singleShot(timeoutMs, dialog, &QDialog::reject);
     return dialog;

@@ -6,12 +6,11 @@ namespace Generic {
 namespace {
 
 const QSize kProgressSize(520, 315);
-constexpr int kNoButtons = 3;
 
 } // namespace
 
 ProgressDialog::ProgressDialog(QWidget *parent)
-    : ProgressDialog(kNoButtons, parent)
+    : ProgressDialog(NoButtons, parent)
 {
 }
 

@@ -16,20 +16,6 @@ namespace {
 const QSize kUnsetMinimum(1, 1);
 const QSize kDefaultSize(818, 610);
 
-void ApplyButtonInfo(QPushButton *button, const ResultButtonInfo &info)
-{
-    if (!info.visible) {
-        button->hide();
-        return;
-    }
-    button->show();
-    const QPixmap pixmap = ImagePixmap(static_cast<Images::Type>(info.icon));
-    button->setIcon(QIcon(pixmap));
-    if (!pixmap.isNull())
-        button->setIconSize(pixmap.size());
-    button->setText(info.text);
-}
-
 void SetButtonImage(QPushButton *button, Images::Type type)
 {
     const QPixmap pixmap = ImagePixmap(type);
@@ -64,22 +50,22 @@ StandardButtonsDialog::StandardButtonsDialog(int mode, QWidget *parent, bool fra
         ApplyContentsFrame(ui->frameContents);
 
     switch (mode) {
-    case 0:
+    case AcceptAndCancel:
         SetCenterButton(NoButton());
         SetAcceptButton(AcceptButton());
         SetCancelButton(CancelButton());
         break;
-    case 1:
+    case DoneOnly:
         SetCenterButton(DoneButton());
         SetAcceptButton(NoButton());
         SetCancelButton(NoButton());
         break;
-    case 2:
+    case CancelOnly:
         SetCenterButton(NoButton());
         SetAcceptButton(NoButton());
         SetCancelButton(CancelButton());
         break;
-    case 3:
+    case NoButtons:
         SetCenterButton(NoButton());
         SetAcceptButton(NoButton());
         SetCancelButton(NoButton());
@@ -87,9 +73,9 @@ StandardButtonsDialog::StandardButtonsDialog(int mode, QWidget *parent, bool fra
     default:
         break;
     }
-    if (mode >= 0 && mode <= 2)
+    if (mode >= AcceptAndCancel && mode <= CancelOnly)
         ui->widgetButtons->show();
-    else if (mode == 3)
+    else if (mode == NoButtons)
         ui->widgetButtons->hide();
 
     ColourButton(ui->ui_buttonAccept, kAcceptColour);

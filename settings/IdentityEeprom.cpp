@@ -6,7 +6,7 @@
 
 namespace {
 
-const char EepromPath[] = "/sys/bus/i2c/devices/0-0050/eeprom";
+const char kEepromPath[] = "/sys/bus/i2c/devices/0-0050/eeprom";
 
 struct FileCloser
 {
@@ -18,7 +18,7 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 
 bool ReadEeprom(void *buffer, unsigned int count, std::int32_t offset)
 {
-    FilePointer device(std::fopen(EepromPath, "r"));
+    FilePointer device(std::fopen(kEepromPath, "r"));
     if (!device)
         return false;
     (void)std::fseek(device.get(), offset, SEEK_SET);
@@ -27,9 +27,9 @@ bool ReadEeprom(void *buffer, unsigned int count, std::int32_t offset)
 
 bool WriteEeprom(const void *buffer, unsigned int count, std::int32_t offset)
 {
-    if (offset < EepromFirstWritableOffset)
+    if (offset < kEepromFirstWritableOffset)
         return false;
-    FilePointer device(std::fopen(EepromPath, "r+"));
+    FilePointer device(std::fopen(kEepromPath, "r+"));
     if (!device)
         return false;
     (void)std::fseek(device.get(), offset, SEEK_SET);

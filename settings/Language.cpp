@@ -14,7 +14,7 @@
 namespace Language {
 namespace {
 
-const char SettingsPath[] = "/etc/sysconfig/i18n";
+const char kSettingsPath[] = "/etc/sysconfig/i18n";
 
 struct Row
 {
@@ -25,7 +25,7 @@ struct Row
 
 // The order is the index: only the index is kept in memory and only the locale name in
 // the file, so rows must never be reordered. It is not alphabetical by code.
-const Row Table[NoLanguage] = {
+const Row Table[kNoLanguage] = {
     {"en", "US", "English / US"},
     {"bg", "BG", "Български / България"},
     {"cs", "CZ", "Čeština / Česká Republika"},
@@ -69,7 +69,7 @@ void ExamineLine(const QString &line)
             return;
         // Only the language decides; the country part is ignored.
         const QString language = localeName.toLower().left(2);
-        for (unsigned index = 0; index < NoLanguage; ++index) {
+        for (unsigned index = 0; index < kNoLanguage; ++index) {
             if (language == QLatin1String(Table[index].languageCode)) {
                 currentIndex = index;
                 return;
@@ -84,12 +84,12 @@ void ExamineLine(const QString &line)
 
 void Initialize()
 {
-    Settings::ForEachLineButLast(QString::fromLatin1(SettingsPath), [](const QString &line) {
+    Settings::ForEachLineButLast(QString::fromLatin1(kSettingsPath), [](const QString &line) {
         ExamineLine(line);
         return false;
     });
 
-    if (currentIndex >= NoLanguage) {
+    if (currentIndex >= kNoLanguage) {
         startupIndex = currentIndex;
         return;
     }
@@ -101,7 +101,7 @@ void Initialize()
     // Qt tries translation_de_de.qm, translation_de_de, translation_de.qm, translation_de,
     // translation.qm and translation in that directory.
     const QString fileName = QStringLiteral("translation_") + CurrentLocaleName().toLower();
-    if (translator->load(fileName, QString::fromLatin1(TranslationDirectory))) {
+    if (translator->load(fileName, QString::fromLatin1(kTranslationDirectory))) {
         QCoreApplication::installTranslator(translator.get());
         InstalledTranslators().push_back(std::move(translator));
     }
@@ -113,11 +113,11 @@ void Save(unsigned index)
 {
     if (index == startupIndex)
         return;
-    if (index >= NoLanguage)
+    if (index >= kNoLanguage)
         return;
     const QString langLine = QStringLiteral("LANG=\"%1.UTF-8\"").arg(LocaleName(index));
 
-    QFile file(QString::fromLatin1(SettingsPath));
+    QFile file(QString::fromLatin1(kSettingsPath));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return;
     {
@@ -142,12 +142,12 @@ unsigned StartupIndex()
 
 QString LanguageCode(unsigned index)
 {
-    return QString::fromLatin1(index < NoLanguage ? Table[index].languageCode : "en");
+    return QString::fromLatin1(index < kNoLanguage ? Table[index].languageCode : "en");
 }
 
 QString CountryCode(unsigned index)
 {
-    return QString::fromLatin1(index < NoLanguage ? Table[index].countryCode : "US");
+    return QString::fromLatin1(index < kNoLanguage ? Table[index].countryCode : "US");
 }
 
 QString LocaleName(unsigned index)
@@ -162,11 +162,11 @@ QString CurrentLocaleName()
 
 unsigned IndexFromLocaleName(const QString &localeName)
 {
-    for (unsigned index = 0; index < NoLanguage; ++index) {
+    for (unsigned index = 0; index < kNoLanguage; ++index) {
         if (localeName == LocaleName(index))
             return index;
     }
-    return NoLanguage;
+    return kNoLanguage;
 }
 
 QStringList DisplayNames()
@@ -180,14 +180,14 @@ QStringList DisplayNames()
 QStringList LocaleNames()
 {
     QStringList names;
-    for (unsigned index = 0; index < NoLanguage; ++index)
+    for (unsigned index = 0; index < kNoLanguage; ++index)
         names << LocaleName(index);
     return names;
 }
 
 QString TranslationFilePath(unsigned index)
 {
-    return QString::fromLatin1(TranslationDirectory) + QStringLiteral("/translation_") + LocaleName(index).toLower();
+    return QString::fromLatin1(kTranslationDirectory) + QStringLiteral("/translation_") + LocaleName(index).toLower();
 }
 
 } // namespace Language

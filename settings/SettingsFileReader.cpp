@@ -16,9 +16,9 @@ void ForEachLineButLast(const QString &path, const std::function<bool(const QStr
     if (!file.open(QIODevice::ReadOnly))
         return;
     // Read one byte more than allowed to tell "exactly at the limit" from "over it".
-    const QByteArray contents = file.read(MaximumSettingsFileSize + 1);
+    const QByteArray contents = file.read(kMaximumSettingsFileSize + 1);
     file.close();
-    if (contents.size() > MaximumSettingsFileSize)
+    if (contents.size() > kMaximumSettingsFileSize)
         return;
 
     QTextStream in(contents, QIODevice::ReadOnly);

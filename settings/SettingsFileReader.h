@@ -11,7 +11,7 @@ namespace Settings {
 // Largest settings file that is read at all. The display writes these files with a few
 // short lines; anything bigger was not written by it and is treated like an unreadable
 // file, so a stray multi-gigabyte file cannot stall start-up or exhaust memory.
-constexpr qint64 MaximumSettingsFileSize = 64 * 1024;
+constexpr qint64 kMaximumSettingsFileSize = 64 * 1024;
 
 // Hands the lines of the file at `path` to `examine` in order, until `examine` returns
 // true. The end-of-stream test comes before each examination, so the file's last line is

@@ -12,9 +12,9 @@
 namespace SystemClock {
 namespace {
 
-const char ClockSettingsPath[] = "/etc/sysconfig/clock";
-const char LocalTimeLink[] = "/etc/sysconfig/localtime";
-const char ZoneInfoDirectory[] = "/usr/share/zoneinfo";
+const char kClockSettingsPath[] = "/etc/sysconfig/clock";
+const char kLocalTimeLink[] = "/etc/sysconfig/localtime";
+const char kZoneInfoDirectory[] = "/usr/share/zoneinfo";
 
 } // namespace
 
@@ -31,7 +31,7 @@ void SetTime(time_t t)
 QString CurrentZone()
 {
     QString zone;
-    Settings::ForEachLineButLast(QString::fromLatin1(ClockSettingsPath), [&zone](const QString &line) {
+    Settings::ForEachLineButLast(QString::fromLatin1(kClockSettingsPath), [&zone](const QString &line) {
         if (!line.contains(QLatin1String("ZONE=")))
             return false;
         zone = line.section(QLatin1Char('"'), 1, 1);
@@ -42,7 +42,7 @@ QString CurrentZone()
 
 QStringList AvailableZones()
 {
-    const QDir zoneInfo(QString::fromLatin1(ZoneInfoDirectory));
+    const QDir zoneInfo(QString::fromLatin1(kZoneInfoDirectory));
     if (!zoneInfo.exists())
         return {};
     return zoneInfo.entryList(QDir::Files, QDir::Name);
@@ -51,15 +51,15 @@ QStringList AvailableZones()
 void SetZone(const QString &zone)
 {
     const QString settings = QStringLiteral("ZONE=\"%1\"\nUTC=true\nARC=false").arg(zone);
-    QFile file(QString::fromLatin1(ClockSettingsPath));
+    QFile file(QString::fromLatin1(kClockSettingsPath));
     if (file.open(QIODevice::WriteOnly)) {
         file.write(settings.toLatin1());
         file.close();
     }
 
     QProcess::execute(QStringLiteral("ln"),
-                      {QStringLiteral("-sf"), QStringLiteral("%1/%2").arg(QLatin1String(ZoneInfoDirectory), zone),
-                       QString::fromLatin1(LocalTimeLink)});
+                      {QStringLiteral("-sf"), QStringLiteral("%1/%2").arg(QLatin1String(kZoneInfoDirectory), zone),
+                       QString::fromLatin1(kLocalTimeLink)});
 
     // The process's own local-time functions follow the new zone at once.
     setenv("TZ", (QLatin1Char(':') + zone).toUtf8().constData(), 1);

@@ -7,17 +7,17 @@
 namespace DataAreas {
 
 // Directories whose contents a restore replaces; the directories themselves remain.
-constexpr const char HomeDataDirectory[] = "/home/data/";
-constexpr const char OemDataDirectory[] = "/opt/OEM/data/";
+constexpr const char kHomeDataDirectory[] = "/home/data/";
+constexpr const char kOemDataDirectory[] = "/opt/OEM/data/";
 // The configuration database, removed with the data areas whether or not it exists.
-constexpr const char ConfigurationDatabase[] = "/opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite";
+constexpr const char kConfigurationDatabase[] = "/opt/OEM/Terramux/ESC/bin/database/config/dbmain.sqlite";
 // Exists from just before the unpacking starts until the outcome has been shown; left
 // behind, it tells the display's other software that a restore was interrupted.
-constexpr const char RestoreMarker[] = "/home/data/qvb-restore-in-progress";
+constexpr const char kRestoreMarker[] = "/home/data/qvb-restore-in-progress";
 
-// What ClearDataAreas removes, in removal order: the entries of HomeDataDirectory, then
-// those of OemDataDirectory (each unsorted, hidden and other system entries not listed),
-// then ConfigurationDatabase. Absolute paths.
+// What ClearDataAreas removes, in removal order: the entries of kHomeDataDirectory, then
+// those of kOemDataDirectory (each unsorted, hidden and other system entries not listed),
+// then kConfigurationDatabase. Absolute paths.
 QStringList DataAreaEntries();
 
 // Removes every path of DataAreaEntries() with "rm -rf", one synchronous process per

@@ -27,9 +27,9 @@ class DataFileHeader
 {
 public:
     // Rows of the file-type table; the index is the header's fileType.
-    static constexpr int FileTypeCount = 30;
+    static constexpr int kFileTypeCount = 30;
     // "Embedded Display Data Backup", the only type a backup file is recognised by.
-    static constexpr int BackupFileType = 24;
+    static constexpr int kBackupFileType = 24;
 
     // The table's name for an index, or nullptr outside 0 to 29.
     static const char *FileTypeTableName(int index);

@@ -18,7 +18,7 @@ template <std::size_t N, char Pad>
 class FixedText
 {
 public:
-    static constexpr std::size_t Width = N;
+    static constexpr std::size_t kWidth = N;
 
     FixedText() = default;
     explicit FixedText(const std::string &value) { Set(value); }

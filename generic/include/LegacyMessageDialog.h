@@ -19,10 +19,20 @@ public:
     enum Button { Left = 0, Middle = 1, Right = 2 };
     Q_ENUM(Button)
 
-    LegacyMessageDialog(QWidget *parent = nullptr, int mode = 1,
+    // The older dialog's own button rows. Its mode 2 is not the standard dialogs' "cancel
+    // only": all three buttons show and the middle one finishes with result 2.
+    enum Mode : int {
+        LeftAndRight = 0,      // accept and cancel
+        MiddleOnly = 1,        // one OK button
+        AllThreeMiddleTwo = 2, // accept, OK with result 2, cancel
+        NoButtonRow = 3,       // no buttons until SetButtonInfo gives some
+    };
+
+    // `mode` is a Mode; the display's other programs pass the plain numbers.
+    LegacyMessageDialog(QWidget *parent = nullptr, int mode = MiddleOnly,
                         Images::Type icon = Images::MessageInfo);
 
-    // A dialog in mode 3 with a button for each non-empty text: left accepts (result 1,
+    // A dialog in mode NoButtonRow with a button for each non-empty text: left accepts (result 1,
     // no picture), middle is an OK (1), right cancels (0).
     static LegacyMessageDialog *Create(QWidget *parent, const QString &title,
                                        const QString &text, const QString &leftText,

@@ -14,10 +14,20 @@
 
 namespace Generic {
 
+// The button rows of a standard dialog. The display's other programs pass the plain
+// numbers, which keep their meaning.
+enum ButtonMode : int {
+    AcceptAndCancel = 0, // accept on the left, cancel on the right
+    DoneOnly = 1,        // one centre button
+    CancelOnly = 2,      // cancel on the right
+    NoButtons = 3,       // no button row at all
+};
+
 class StandardButtonsDialog : public Dialog
 {
     Q_OBJECT
 public:
+    // `mode` is a ButtonMode; any other number leaves the form's buttons as they are.
     StandardButtonsDialog(int mode, QWidget *parent = nullptr, bool framed = true);
     ~StandardButtonsDialog() override;
 

@@ -7,14 +7,14 @@
 
 // First offset that may be written: bytes 0 to 127 hold the identity fields and are
 // never written by this code.
-constexpr std::int32_t EepromFirstWritableOffset = 128;
+constexpr std::int32_t kEepromFirstWritableOffset = 128;
 
 // Reads `count` bytes at `offset` into `buffer`; true when all of them were read. On a
 // short read the buffer is partly filled.
 bool ReadEeprom(void *buffer, unsigned int count, std::int32_t offset);
 
 // Writes `count` bytes from `buffer` at `offset`; true when all of them were written.
-// Refuses (false, device untouched) any write starting below EepromFirstWritableOffset.
+// Refuses (false, device untouched) any write starting below kEepromFirstWritableOffset.
 bool WriteEeprom(const void *buffer, unsigned int count, std::int32_t offset);
 
 // The 11-byte identifier field at offset 6; `buffer` holds at least 11 bytes.

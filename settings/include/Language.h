@@ -8,11 +8,11 @@
 namespace Language {
 
 // Number of rows in the language table; as an index it names no language.
-constexpr unsigned NoLanguage = 19;
+constexpr unsigned kNoLanguage = 19;
 
 // Directory holding the compiled translations, "translation_" + lower-cased locale name
 // + ".qm" (for example translation_de_de.qm).
-constexpr const char TranslationDirectory[] = "/home/resources/language";
+constexpr const char kTranslationDirectory[] = "/home/resources/language";
 
 // Reads "/etc/sysconfig/i18n", sets the current and start-up language and the system
 // font name, sets the default locale to English / United States and installs the
@@ -34,14 +34,14 @@ QString CountryCode(unsigned index);
 QString LocaleName(unsigned index);
 QString CurrentLocaleName();
 
-// Exact, case-sensitive match against the locale names; NoLanguage when none matches.
+// Exact, case-sensitive match against the locale names; kNoLanguage when none matches.
 unsigned IndexFromLocaleName(const QString &localeName);
 
 // All 19 rows in table order.
 QStringList DisplayNames();
 QStringList LocaleNames();
 
-// TranslationDirectory + "/translation_" + lower-cased locale name, without suffix.
+// kTranslationDirectory + "/translation_" + lower-cased locale name, without suffix.
 QString TranslationFilePath(unsigned index);
 
 } // namespace Language

@@ -8,7 +8,7 @@ namespace {
 
 const QString kHome = QStringLiteral("/home/data");
 const QString kOem = QStringLiteral("/opt/OEM/data");
-const QString kDatabase = QString::fromLatin1(DataAreas::ConfigurationDatabase);
+const QString kDatabase = QString::fromLatin1(DataAreas::kConfigurationDatabase);
 
 using TestSupport::Entries;
 

@@ -122,7 +122,7 @@ private slots:
     // A .ts compiled by lrelease is found under the lower-cased locale name.
     void translation()
     {
-        const QString directory = Language::TranslationDirectory, ts = directory + "/t.ts";
+        const QString directory = Language::kTranslationDirectory, ts = directory + "/t.ts";
         const QString german = QString::fromUtf8("Sicherung wiederhergestellt");
         QVERIFY(TestSupport::WriteFile(ts, QString("<!DOCTYPE TS><TS version=\"2.1\"><context>"
             "<name>Dialog</name><message><source>Backup Restored</source><translation>%1"

@@ -60,7 +60,7 @@ void RenderAndDelete(Generic::Dialog *dialog, const QString &name)
 // An 818 by 610 content dialog with a small form, like the display's setup pages.
 Generic::StandardButtonsDialog *ContentDialog()
 {
-    auto *dialog = new Generic::StandardButtonsDialog(0);
+    auto *dialog = new Generic::StandardButtonsDialog(Generic::AcceptAndCancel);
     auto *contents = new QWidget;
     auto *form = new QFormLayout(contents);
     form->addRow(QStringLiteral("Display name"), new QLineEdit(QStringLiteral("Cab display 1")));

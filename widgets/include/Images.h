@@ -375,7 +375,7 @@ enum Type {
 Q_ENUM_NS(Type)
 
 // Number of rows in the image table.
-constexpr int Count = 348;
+constexpr int kCount = 348;
 
 // The table's file name for a type ("images:StandardAccept.png" for StandardAccept).
 QString FileName(Type type);
