@@ -111,17 +111,26 @@ QImage CloseWindow(bool pressed)
     return image;
 }
 
-QImage MessageInfo()
+// A 64x64 message picture: a round badge in `colour` with a symbol drawn on it.
+template<typename Symbol>
+QImage BadgeIcon(const QColor &colour, Symbol drawSymbol)
 {
     QImage image = Canvas(64, 64);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
-    Badge(p, QRectF(3, 3, 58, 58), QColor(0, 102, 204));
-    p.setPen(Qt::NoPen);
-    p.setBrush(kWhite);
-    p.drawEllipse(QPointF(32, 17.5), 4.5, 4.5);
-    p.drawRoundedRect(QRectF(27.5, 26, 9, 25), 2.5, 2.5);
+    Badge(p, QRectF(3, 3, 58, 58), colour);
+    drawSymbol(p);
     return image;
+}
+
+QImage MessageInfo()
+{
+    return BadgeIcon(QColor(0, 102, 204), [](QPainter &p) {
+        p.setPen(Qt::NoPen);
+        p.setBrush(kWhite);
+        p.drawEllipse(QPointF(32, 17.5), 4.5, 4.5);
+        p.drawRoundedRect(QRectF(27.5, 26, 9, 25), 2.5, 2.5);
+    });
 }
 
 QImage MessageWarning()
@@ -155,61 +164,52 @@ QImage MessageWarning()
 
 QImage MessageCritical()
 {
-    QImage image = Canvas(64, 64);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    Badge(p, QRectF(3, 3, 58, 58), QColor(200, 36, 36));
-    p.strokePath(Cross(QRectF(21, 21, 22, 22)), Stroke(kWhite, 7));
-    return image;
+    return BadgeIcon(QColor(200, 36, 36), [](QPainter &p) {
+        p.strokePath(Cross(QRectF(21, 21, 22, 22)), Stroke(kWhite, 7));
+    });
 }
 
 // An hourglass on a teal badge.
 QImage MessageWait()
 {
-    QImage image = Canvas(64, 64);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    Badge(p, QRectF(3, 3, 58, 58), QColor(0, 128, 140));
-    QPainterPath glass;
-    glass.moveTo(20, 15);
-    glass.lineTo(44, 15);
-    glass.cubicTo(44, 27, 34, 28, 34, 32);
-    glass.cubicTo(34, 36, 44, 37, 44, 49);
-    glass.lineTo(20, 49);
-    glass.cubicTo(20, 37, 30, 36, 30, 32);
-    glass.cubicTo(30, 28, 20, 27, 20, 15);
-    glass.closeSubpath();
-    p.setPen(Stroke(kWhite, 3));
-    p.setBrush(QColor(255, 255, 255, 60));
-    p.drawPath(glass);
-    p.setPen(Qt::NoPen);
-    p.setBrush(kWhite);
-    QPainterPath sand;
-    sand.moveTo(24, 47);
-    sand.lineTo(40, 47);
-    sand.cubicTo(40, 41, 33, 40, 32, 36);
-    sand.cubicTo(31, 40, 24, 41, 24, 47);
-    p.drawPath(sand);
-    p.drawRect(QRectF(18, 12, 28, 4));
-    p.drawRect(QRectF(18, 48, 28, 4));
-    return image;
+    return BadgeIcon(QColor(0, 128, 140), [](QPainter &p) {
+        QPainterPath glass;
+        glass.moveTo(20, 15);
+        glass.lineTo(44, 15);
+        glass.cubicTo(44, 27, 34, 28, 34, 32);
+        glass.cubicTo(34, 36, 44, 37, 44, 49);
+        glass.lineTo(20, 49);
+        glass.cubicTo(20, 37, 30, 36, 30, 32);
+        glass.cubicTo(30, 28, 20, 27, 20, 15);
+        glass.closeSubpath();
+        p.setPen(Stroke(kWhite, 3));
+        p.setBrush(QColor(255, 255, 255, 60));
+        p.drawPath(glass);
+        p.setPen(Qt::NoPen);
+        p.setBrush(kWhite);
+        QPainterPath sand;
+        sand.moveTo(24, 47);
+        sand.lineTo(40, 47);
+        sand.cubicTo(40, 41, 33, 40, 32, 36);
+        sand.cubicTo(31, 40, 24, 41, 24, 47);
+        p.drawPath(sand);
+        p.drawRect(QRectF(18, 12, 28, 4));
+        p.drawRect(QRectF(18, 48, 28, 4));
+    });
 }
 
 QImage MessageQuestion()
 {
-    QImage image = Canvas(64, 64);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    Badge(p, QRectF(3, 3, 58, 58), QColor(40, 90, 170));
-    QPainterPath hook;
-    hook.arcMoveTo(QRectF(22, 13, 20, 18), 160);
-    hook.arcTo(QRectF(22, 13, 20, 18), 160, -250);
-    hook.quadTo(32, 33, 32, 39);
-    p.strokePath(hook, Stroke(kWhite, 6.5));
-    p.setPen(Qt::NoPen);
-    p.setBrush(kWhite);
-    p.drawEllipse(QPointF(32, 48.5), 4.2, 4.2);
-    return image;
+    return BadgeIcon(QColor(40, 90, 170), [](QPainter &p) {
+        QPainterPath hook;
+        hook.arcMoveTo(QRectF(22, 13, 20, 18), 160);
+        hook.arcTo(QRectF(22, 13, 20, 18), 160, -250);
+        hook.quadTo(32, 33, 32, 39);
+        p.strokePath(hook, Stroke(kWhite, 6.5));
+        p.setPen(Qt::NoPen);
+        p.setBrush(kWhite);
+        p.drawEllipse(QPointF(32, 48.5), 4.2, 4.2);
+    });
 }
 
 // The full-screen dialog background: a quiet vertical blue-grey gradient, so a dialog of

@@ -99,21 +99,26 @@ private:
     QDataStream *m_out = nullptr;
 };
 
+// The operations every concrete stream answers from its device stream (QtStream.cpp
+// forwards them the same way for each class).
+#define QVB_DEVICE_STREAM_OPERATIONS                                                       \
+    ByteObserver *Observer() const override;                                              \
+    std::uint64_t Position() const override;                                             \
+    bool Seek(std::uint64_t position) override;                                           \
+    bool IsOk() const override;                                                           \
+    bool AtEnd() const override;                                                          \
+    Stream::ByteOrder SetByteOrder(Stream::ByteOrder order) override;                     \
+    Stream::ByteOrder ByteOrder() const override;                                         \
+    void SetObserver(ByteObserver *observer) override;
+
 class QtIn : public QtBaseIn
 {
 public:
     explicit QtIn(QIODevice *device);
     ~QtIn() override;
 
-    ByteObserver *Observer() const override;
-    std::uint64_t Position() const override;
-    bool Seek(std::uint64_t position) override;
-    bool IsOk() const override;
-    bool AtEnd() const override;
+    QVB_DEVICE_STREAM_OPERATIONS
     void Skip(std::uint64_t count) override;
-    Stream::ByteOrder SetByteOrder(Stream::ByteOrder order) override;
-    Stream::ByteOrder ByteOrder() const override;
-    void SetObserver(ByteObserver *observer) override;
 
 private:
     Internal::QtDeviceStream m_stream;
@@ -125,16 +130,9 @@ public:
     explicit QtOut(QIODevice *device);
     ~QtOut() override;
 
-    ByteObserver *Observer() const override;
-    std::uint64_t Position() const override;
-    bool Seek(std::uint64_t position) override;
-    bool IsOk() const override;
-    bool AtEnd() const override;
+    QVB_DEVICE_STREAM_OPERATIONS
     // Skips by the data stream's skipRawData.
     void Skip(std::uint64_t count) override;
-    Stream::ByteOrder SetByteOrder(Stream::ByteOrder order) override;
-    Stream::ByteOrder ByteOrder() const override;
-    void SetObserver(ByteObserver *observer) override;
 
 private:
     Internal::QtDeviceStream m_stream;
@@ -146,19 +144,14 @@ public:
     explicit QtInOut(QIODevice *device);
     ~QtInOut() override;
 
-    ByteObserver *Observer() const override;
-    std::uint64_t Position() const override;
-    bool Seek(std::uint64_t position) override;
-    bool IsOk() const override;
-    bool AtEnd() const override;
+    QVB_DEVICE_STREAM_OPERATIONS
     // Skips by reading, as an input stream does.
     void Skip(std::uint64_t count) override;
-    Stream::ByteOrder SetByteOrder(Stream::ByteOrder order) override;
-    Stream::ByteOrder ByteOrder() const override;
-    void SetObserver(ByteObserver *observer) override;
 
 private:
     Internal::QtDeviceStream m_stream;
 };
+
+#undef QVB_DEVICE_STREAM_OPERATIONS
 
 } // namespace Stream
