@@ -4,10 +4,12 @@
 
 #include <boost/format.hpp>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <locale.h>
 #include <time.h>
 
@@ -246,7 +248,11 @@ void DataFileHeader::Read(Stream::In &in)
     m_versionText.Read(in);
     const char *versionText = m_versionText.Value().c_str();
     char *rest = nullptr;
-    m_headerVersion = static_cast<std::int32_t>(std::strtol(versionText, &rest, 10));
+    // Read as the display's 32-bit strtol reads it, on every host: a number beyond 32 bits
+    // saturates (an unknown version) instead of keeping its low bits.
+    const long long number = std::strtoll(versionText, &rest, 10);
+    m_headerVersion = static_cast<std::int32_t>(
+        std::clamp<long long>(number, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
     // A malformed version text counts for nothing by itself: the next field sets the
     // header valid again and the leading digits are what is used.
     m_valid = *versionText != '\0' && *rest == '\0';

@@ -233,6 +233,10 @@ private slots:
         // No header length for other versions; the content kind is the fresh blank.
         row("unknown version", CommonPart("0000000003") + Identity() + "b",
             "0 0 3 24 1 2209075445 [] [Talon 7] 32");
+        // A version text beyond 32 bits saturates as the display's 32-bit strtol does: an
+        // unknown version on every host, never the low bits (2 here) read as version 2.
+        row("version text beyond 32 bits", CommonPart("4294967298") + Identity() + "b",
+            "0 0 2147483647 24 1 2209075445 [] [Talon 7] 32");
         row("12 PM", Whole(1).replace(142, 2, "PM"), "0 188 1 24 1 2209118645 [] [Talon 7] 1");
         row("no AM/PM", Whole(1).replace(136, 8, "090405  "),
             "0 188 1 24 1 2209107845 [] [Talon 7] 1");
