@@ -77,21 +77,25 @@ BodySource::DigestOutcome BodySource::DigestSeparately(unsigned char digest[16],
     pipeline.reset();
     MD5Context context;
     MD5Init(context);
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[kDigestReadSize]);
-    for (off_t from = bodyStart;;) {
-        if (cancel.load(std::memory_order_relaxed))
-            return DigestOutcome::Cancelled;
-        const ssize_t count = RetryInterrupted(
-            [&] { return ::pread(fd, buffer.get(), kDigestReadSize, from); });
-        if (count < 0)
-            return DigestOutcome::ReadError;
-        if (count == 0)
-            break;
-        MD5Update(context, buffer.get(), static_cast<std::size_t>(count));
-        from += count;
-    }
+    off_t from = bodyStart;
+    const MD5Outcome outcome = MD5UpdateToEnd(
+        context, {[&](unsigned char *buffer, std::size_t size) -> std::int64_t {
+                      const ssize_t count = RetryInterrupted([&] { return ::pread(fd, buffer, size, from); });
+                      from += std::max<ssize_t>(count, 0);
+                      return count;
+                  },
+                  kDigestReadSize, kDigestReadSize,
+                  [&](std::uint64_t) { return !cancel.load(std::memory_order_relaxed); }});
     MD5Final(context, digest);
-    return DigestOutcome::Complete;
+    switch (outcome) {
+    case MD5Outcome::Complete:
+        return DigestOutcome::Complete;
+    case MD5Outcome::ReadFailed:
+        return DigestOutcome::ReadError;
+    case MD5Outcome::Stopped:
+        break;
+    }
+    return DigestOutcome::Cancelled;
 }
 
 la_ssize_t BodySource::ReadCallback(struct archive *reader, void *self, const void **buffer)

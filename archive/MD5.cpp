@@ -1,6 +1,7 @@
 #include "MD5.h"
 
 #include <algorithm>
+#include <memory>
 #include <cstring>
 
 // A straight, fully unrolled RFC 1321 core. The round functions use the usual
@@ -202,6 +203,26 @@ void MD5Final(MD5Context &context, unsigned char digest[16])
     for (int i = 0; i < 4; ++i)
         StoreLittleEndian(digest + 4 * i, context.state[i]);
     std::memset(&context, 0, sizeof context);
+}
+
+MD5Outcome MD5UpdateToEnd(MD5Context &context, const MD5Source &source)
+{
+    std::unique_ptr<unsigned char[]> buffer(new unsigned char[source.readSize]);
+    std::uint64_t digested = 0;
+    for (;;) {
+        const std::int64_t count = source.read(buffer.get(), source.readSize);
+        if (count < 0)
+            return MD5Outcome::ReadFailed;
+        if (count == 0)
+            return MD5Outcome::Complete;
+        for (std::size_t at = 0; at < static_cast<std::size_t>(count); at += source.pieceSize) {
+            const std::size_t size = std::min(source.pieceSize, static_cast<std::size_t>(count) - at);
+            MD5Update(context, buffer.get() + at, size);
+            digested += size;
+            if (source.afterPiece && !source.afterPiece(digested))
+                return MD5Outcome::Stopped;
+        }
+    }
 }
 
 bool StoredDigestMatches(const unsigned char *stored, std::size_t storedLength, const unsigned char computed[16])

@@ -15,8 +15,8 @@ namespace {
 
 // Progress and the cancel check go by 4096-byte chunks; the file is read in larger
 // pieces of whole chunks, which keeps system calls few and the copy in the cache.
-constexpr qint64 kChunkSize = 4096;
-constexpr qint64 kReadSize = 8 * kChunkSize;
+constexpr std::size_t kChunkSize = 4096;
+constexpr std::size_t kReadSize = 8 * kChunkSize;
 
 } // namespace
 
@@ -66,29 +66,20 @@ void MD5SumProcess::run()
 
     MD5Context context;
     MD5Init(context);
-    std::unique_ptr<unsigned char[]> buffer(new unsigned char[kReadSize]);
-    qint64 total = 0;
     int lastPercent = std::numeric_limits<int>::min();
-    bool stopped = false;
-    while (!stopped) {
-        const qint64 count = file.read(reinterpret_cast<char *>(buffer.get()), kReadSize);
-        if (count <= 0)
-            break;
-        for (qint64 at = 0; at < count; at += kChunkSize) {
-            if (cancelRequested.load(std::memory_order_relaxed)) {
-                stopped = true;
-                break;
-            }
-            const qint64 size = std::min(kChunkSize, count - at);
-            MD5Update(context, buffer.get() + at, static_cast<std::size_t>(size));
-            total += size;
-            const int percent = static_cast<int>(total / divisor);
-            if (percent != lastPercent) {
-                lastPercent = percent;
-                emit PercentProgress(percent);
-            }
-        }
-    }
+    // A read that fails ends the digest as the end of the file does.
+    MD5UpdateToEnd(context, {[&](unsigned char *buffer, std::size_t size) {
+                                 return file.read(reinterpret_cast<char *>(buffer), static_cast<qint64>(size));
+                             },
+                             kReadSize, kChunkSize,
+                             [&](std::uint64_t digested) {
+                                 const int percent = static_cast<int>(static_cast<qint64>(digested) / divisor);
+                                 if (percent != lastPercent) {
+                                     lastPercent = percent;
+                                     emit PercentProgress(percent);
+                                 }
+                                 return !cancelRequested.load(std::memory_order_relaxed);
+                             }});
 
     unsigned char computed[16];
     MD5Final(context, computed);

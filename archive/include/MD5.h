@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace Archive {
 
@@ -19,6 +20,23 @@ void MD5Init(MD5Context &context);
 void MD5Update(MD5Context &context, const void *data, std::size_t length);
 // Writes the digest to digest[0..15]. The context must be initialised again before reuse.
 void MD5Final(MD5Context &context, unsigned char digest[16]);
+
+// How a digest reads its data to the end: `read` fills up to `size` bytes and returns the
+// count, 0 at the end, less than 0 on failure; `afterPiece`, given the bytes digested so
+// far, runs after every piece of at most `pieceSize` bytes and stops the digest by
+// returning false (a cancel request).
+struct MD5Source
+{
+    std::function<std::int64_t(unsigned char *buffer, std::size_t size)> read;
+    std::size_t readSize;
+    std::size_t pieceSize;
+    std::function<bool(std::uint64_t digested)> afterPiece;
+};
+enum class MD5Outcome { Complete, ReadFailed, Stopped };
+
+// Digests everything `source` delivers, in order, into `context` (initialised by the
+// caller, finalised by the caller).
+MD5Outcome MD5UpdateToEnd(MD5Context &context, const MD5Source &source);
 
 // Whether a digest stored in a backup header matches the computed one. The header keeps
 // the digest as a fixed text: a 0x00 byte ends it early and trailing 0xFF bytes are
