@@ -31,8 +31,8 @@ public:
     // Gives a fresh reader its body: sets the callbacks and opens it.
     using BodyOpener = std::function<void(struct archive *reader)>;
 
-    static constexpr std::size_t kDefaultBlockSize = 64 * 1024;
-    static constexpr std::size_t kDefaultBlockCount = 8;
+    static constexpr std::size_t kDefaultBlockSize = 256 * 1024;
+    static constexpr std::size_t kDefaultBlockCount = 4;
 
     // Whether the body that starts `bodyStart` bytes into the file open on `fd` is
     // compressed with one of the filters libarchive implements itself, so that a stage of
