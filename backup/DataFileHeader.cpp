@@ -4,6 +4,8 @@
 
 #include <boost/format.hpp>
 
+#include <algorithm>
+#include <cstdint>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -91,7 +93,7 @@ private:
 };
 
 // Parses a header date as local time; false when neither format fits.
-bool ParseDate(const std::string &text, std::time_t &timestamp)
+bool ParseDate(const std::string &text, std::int64_t &timestamp)
 {
     CLocaleScope c;
     struct tm calendar = {};
@@ -102,19 +104,22 @@ bool ParseDate(const std::string &text, std::time_t &timestamp)
             return false;
     }
     calendar.tm_isdst = -1;
+    // time_t is 64-bit in every build (the top-level CMakeLists asks for it), so dates
+    // after 2038 convert on 32-bit processors too.
     timestamp = mktime(&calendar);
     return true;
 }
 
-std::string FormatDate(std::time_t timestamp)
+std::string FormatDate(std::int64_t timestamp)
 {
     if (timestamp == 0) {
         struct timespec now = {};
         clock_gettime(CLOCK_REALTIME, &now);
         timestamp = now.tv_sec;
     }
+    const std::time_t seconds = static_cast<std::time_t>(timestamp);
     struct tm calendar = {};
-    if (localtime_r(&timestamp, &calendar) == nullptr)
+    if (seconds != timestamp || localtime_r(&seconds, &calendar) == nullptr)
         return std::string();
     CLocaleScope c;
     char text[17] = {};
@@ -246,7 +251,12 @@ void DataFileHeader::Read(Stream::In &in)
     m_versionText.Read(in);
     const char *versionText = m_versionText.Value().c_str();
     char *rest = nullptr;
-    m_headerVersion = static_cast<std::int32_t>(std::strtol(versionText, &rest, 10));
+    // Parsed at 64 bits and saturated to 32, as a 32-bit strtol does: a text beyond the
+    // 32-bit range reads as that range's end (an unknown version) on every host, never
+    // as its low 32 bits.
+    const long long version = std::strtoll(versionText, &rest, 10);
+    m_headerVersion = static_cast<std::int32_t>(
+        std::clamp<long long>(version, INT32_MIN, INT32_MAX));
     // A malformed version text counts for nothing by itself: the next field sets the
     // header valid again and the leading digits are what is used.
     m_valid = *versionText != '\0' && *rest == '\0';

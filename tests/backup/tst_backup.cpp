@@ -233,6 +233,10 @@ private slots:
         // No header length for other versions; the content kind is the fresh blank.
         row("unknown version", CommonPart("0000000003") + Identity() + "b",
             "0 0 3 24 1 2209075445 [] [Talon 7] 32");
+        // Read at 64 bits and saturated to 32, as the display's strtol does; never the low
+        // 32 bits (4294967298 is 2^32 + 2).
+        row("version text beyond 32 bits", CommonPart("4294967298") + Identity() + "b",
+            "0 0 2147483647 24 1 2209075445 [] [Talon 7] 32");
         row("12 PM", Whole(1).replace(142, 2, "PM"), "0 188 1 24 1 2209118645 [] [Talon 7] 1");
         row("no AM/PM", Whole(1).replace(136, 8, "090405  "),
             "0 188 1 24 1 2209107845 [] [Talon 7] 1");
