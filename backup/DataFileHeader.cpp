@@ -5,6 +5,7 @@
 #include <boost/format.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -93,7 +94,7 @@ private:
 };
 
 // Parses a header date as local time; false when neither format fits.
-bool ParseDate(const std::string &text, std::time_t &timestamp)
+bool ParseDate(const std::string &text, std::int64_t &timestamp)
 {
     CLocaleScope c;
     struct tm calendar = {};
@@ -104,19 +105,22 @@ bool ParseDate(const std::string &text, std::time_t &timestamp)
             return false;
     }
     calendar.tm_isdst = -1;
+    // time_t is 64-bit in every build (the top-level CMakeLists asks for it), so dates
+    // after 2038 convert on 32-bit processors too.
     timestamp = mktime(&calendar);
     return true;
 }
 
-std::string FormatDate(std::time_t timestamp)
+std::string FormatDate(std::int64_t timestamp)
 {
     if (timestamp == 0) {
         struct timespec now = {};
         clock_gettime(CLOCK_REALTIME, &now);
         timestamp = now.tv_sec;
     }
+    const std::time_t seconds = static_cast<std::time_t>(timestamp);
     struct tm calendar = {};
-    if (localtime_r(&timestamp, &calendar) == nullptr)
+    if (seconds != timestamp || localtime_r(&seconds, &calendar) == nullptr)
         return std::string();
     CLocaleScope c;
     char text[17] = {};

@@ -67,7 +67,7 @@ public:
     void SetChecksum(const unsigned char *checksum);
     void SetDateText(const std::string &text) { m_dateText.Set(text); }
     // Seconds since the epoch written as the date; 0 means the time of writing.
-    void SetTimestamp(std::time_t timestamp) { m_timestamp = timestamp; }
+    void SetTimestamp(std::int64_t timestamp) { m_timestamp = timestamp; }
 
     std::string Company() const { return m_company.Value(); }
     std::string VersionText() const { return m_versionText.Value(); }
@@ -95,7 +95,7 @@ public:
     int HeaderVersion() const { return m_headerVersion; }
     int FileType() const { return m_fileType; }
     bool IsFileType(int index) const { return m_fileType == index; }
-    std::time_t Timestamp() const { return m_timestamp; }
+    std::int64_t Timestamp() const { return m_timestamp; }
 
     // Reads the common part from the stream's position. Stops after the company field when
     // it is not the display family's mark. IsValid tells the outcome of the last
@@ -112,7 +112,7 @@ private:
     bool m_valid = true;
     std::int32_t m_headerVersion = 1;
     // 64 bits here, so dates after 2038 still work; only its formatted text is stored.
-    std::time_t m_timestamp = 0;
+    std::int64_t m_timestamp = 0;
     std::int32_t m_fileType = -1;
     FixedText<22, ' '> m_company;
     FixedText<10, ' '> m_versionText;
