@@ -252,7 +252,9 @@ private slots:
         QTest::addColumn<qint64>("headerLength");
         QTest::addColumn<int>("first");
         QTest::addColumn<int>("last");
-        QTest::newRow("tar, header 60 %") << QStringList() << qint64(600000) << 60 << 99;
+        // Reads of 64 KiB leave the first report within a percent of the header's share only
+        // in a file of a few megabytes.
+        QTest::newRow("tar, header 60 %") << QStringList() << qint64(6000000) << 60 << 99;
         // Offsets, divisor and positions all need 64 bits (the header is sparse).
         QTest::newRow("tar.gz at 4.5 GiB") << QStringList("-z") << (qint64(9) << 29) << 99 << 100;
     }
@@ -263,7 +265,7 @@ private slots:
         QFETCH(qint64, headerLength);
         QFETCH(int, first);
         QFETCH(int, last);
-        const QByteArray body = ArchiveOf({{"data.bin", RandomBytes(400000, 5)}}, options);
+        const QByteArray body = ArchiveOf({{"data.bin", RandomBytes(4000000, 5)}}, options);
         QTemporaryDir scratch;
         QFile file(scratch.filePath(QStringLiteral("backup")));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(headerLength));
