@@ -45,7 +45,9 @@ QStringList AvailableZones()
     const QDir zoneInfo(QString::fromLatin1(kZoneInfoDirectory));
     if (!zoneInfo.exists())
         return {};
-    return zoneInfo.entryList(QDir::Files, QDir::Name);
+    // The display's default name order ignores case: "Egypt" before "EST", and a zone file
+    // with a lower-case name among the others, not pushed to the end.
+    return zoneInfo.entryList(QDir::Files, QDir::Name | QDir::IgnoreCase);
 }
 
 void SetZone(const QString &zone)

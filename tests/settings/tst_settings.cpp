@@ -143,6 +143,9 @@ private slots:
         QVERIFY(QFile::copy("/host-zoneinfo/Europe/Berlin", kZoneInfo + "/Europe/Berlin"));
         QVERIFY(TestSupport::WriteFile(kZoneInfo + "/UTC", "TZif"));
         QCOMPARE(SystemClock::AvailableZones(), QStringList({"UTC"})); // no region directories
+        for (const char *name : {"EST", "Egypt", "zulu", "GMT"})
+            QVERIFY(TestSupport::WriteFile(kZoneInfo + "/" + name, "TZif"));
+        QCOMPARE(SystemClock::AvailableZones(), QStringList({"Egypt", "EST", "GMT", "UTC", "zulu"}));
         QVERIFY(TestSupport::WriteFile(kClock, "ZONE=\"Old\"\nUTC=false\nARC=true\nEXTRA=1\n"));
         SystemClock::SetZone("UTC");
         QCOMPARE(TestSupport::ReadFile(kClock), "ZONE=\"UTC\"\nUTC=true\nARC=false");
