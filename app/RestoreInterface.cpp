@@ -5,8 +5,8 @@
 #include "FileHelpers.h"
 #include "MessageDialog.h"
 #include "ProgressDialog.h"
+#include "RestoreTexts.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
 
@@ -52,10 +52,7 @@ void RestoreInterface::StartRestore(const QString &path)
         qCWarning(lcRestore, "cannot open %s as a regular file", qUtf8Printable(path));
         // Not fatal on purpose (see docs/behaviour.md): the restore goes on, the data areas are emptied and the
         // job reports the failure, so the display never keeps a half-trusted state.
-        const QString title = QCoreApplication::translate("Dialog Title", "Restore Memory");
-        const QString text =
-            QCoreApplication::translate("File Info", "Cannot open file %1").arg(path, 0, QLatin1Char(' '));
-        Generic::MessageDialog::ShowInformation(title, text);
+        Generic::MessageDialog::ShowInformation(RestoreTexts::RestoreTitle(), RestoreTexts::OpenFailure(path));
     }
 
     // Only the header's length matters here (where the body starts) and, for header
@@ -84,12 +81,8 @@ void RestoreInterface::StartRestore(const QString &path)
     job = std::move(extract);
 
     dialog = new Generic::ProgressDialog(nullptr);
-    dialog->SetTitle(QCoreApplication::translate("Dialog Title", "Restore Memory"));
-    dialog->SetText(QCoreApplication::translate(
-        "Setup Text",
-        "Please wait while the memory is being restored.  Do not remove the storage device.  "
-        "The application will resume when the restore is complete.  "
-        "(This may take several minutes.)"));
+    dialog->SetTitle(RestoreTexts::RestoreTitle());
+    dialog->SetText(RestoreTexts::PleaseWait());
 
     connect(job.get(), &Archive::ArchiveProcess::PercentProgress, dialog,
             &Generic::ProgressDialog::SetProgressCount);
@@ -123,17 +116,11 @@ void RestoreInterface::RestoreFinished()
     qCInfo(lcRestore, "%s after %lld ms (job result %d)", restored ? "restored" : "restore failed",
            static_cast<long long>(clock.elapsed()), job ? int(job->GetResult()) : -1);
     if (!restored) {
-        Generic::MessageDialog::ShowInformation(
-            QCoreApplication::translate("QVB restore failure", "QVB Restore Failed"),
-            QCoreApplication::translate(
-                "QVB restore failure",
-                "The process of restoring a backup file failed.  Please try restoring the backup again."));
+        Generic::MessageDialog::ShowInformation(RestoreTexts::FailedTitle(), RestoreTexts::FailedText());
         // A failed restore leaves the data areas empty rather than half restored.
         ClearDataAreas();
     } else {
-        Generic::MessageDialog::ShowInformation(
-            QCoreApplication::translate("Restore Backup", "Backup Restored"),
-            QCoreApplication::translate("Restore Backup", "The system has been restored."));
+        Generic::MessageDialog::ShowInformation(RestoreTexts::RestoredTitle(), RestoreTexts::RestoredText());
     }
 
     DataAreas::RemoveRestoreMarker();

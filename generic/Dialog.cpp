@@ -4,6 +4,7 @@
 
 #include <QDebug>
 #include <QHideEvent>
+#include <QScreen>
 #include <QShowEvent>
 
 namespace Generic {
@@ -141,9 +142,27 @@ void Dialog::showEvent(QShowEvent *event)
     if (!stack.isEmpty() && windowModality() != Qt::NonModal)
         stack.last()->Disable();
     stack.append(this);
+    const bool placedByCaller = testAttribute(Qt::WA_Moved);
     QDialog::showEvent(event);
+    // The toolkit shifts a new dialog left and up to leave room for a window frame it
+    // expects a window manager to draw; this display has none, so a dialog nobody placed
+    // goes to the middle of its screen. Moved before it is mapped: no jump on screen.
+    if (isWindow() && !placedByCaller)
+        CentreOnScreen();
     // Without a window manager nothing else may resize a dialog once it is up.
     setFixedSize(geometry().size());
+}
+
+void Dialog::CentreOnScreen()
+{
+    QScreen *shownOn = screen();
+    if (!shownOn)
+        return;
+    const QRect area = shownOn->geometry();
+    const QSize size = frameGeometry().size();
+    move(area.x() + (area.width() - size.width()) / 2, area.y() + (area.height() - size.height()) / 2);
+    // Not a caller's choice: the next showing centres again, on whatever screen it is.
+    setAttribute(Qt::WA_Moved, false);
 }
 
 void Dialog::hideEvent(QHideEvent *event)

@@ -5,7 +5,10 @@
 
 #include <QApplication>
 #include <QFrame>
+#include <QEvent>
+#include <QFontMetrics>
 #include <QIcon>
+#include <QLabel>
 #include <QPainter>
 #include <QPalette>
 #include <QPointer>
@@ -63,7 +66,87 @@ public:
     }
 };
 
+// Keeps one title label's text inside the label (see FitTitleToLabel).
+class TitleFitter : public QObject
+{
+public:
+    explicit TitleFitter(QLabel *title)
+        : QObject(title)
+        , m_title(title)
+        , m_formFont(title->font())
+    {
+        title->installEventFilter(this);
+    }
+
+    void Refit()
+    {
+        // Until a layout has given the label its place, its width means nothing.
+        if (!m_title->testAttribute(Qt::WA_Resized))
+            return;
+        const int margin = m_title->margin();
+        const QRect area = m_title->contentsRect().adjusted(margin, margin, -margin, -margin);
+        if (area.width() <= 0 || m_formFont.pointSizeF() <= 0)
+            return;
+        const QString text = m_title->text();
+        const Qt::Alignment alignment = m_title->alignment();
+        QFont font = m_formFont;
+        bool wrap = false;
+        const auto fits = [&](int flags) {
+            const QRect needed = QFontMetrics(font, m_title).boundingRect(area, int(alignment) | flags, text);
+            return needed.width() <= area.width() && needed.height() <= area.height();
+        };
+        qreal points = m_formFont.pointSizeF();
+        for (; points >= kSmallestTitlePoints; points -= 1) {
+            font.setPointSizeF(points);
+            if (fits(0))
+                break;
+        }
+        if (points < kSmallestTitlePoints) {
+            wrap = true;
+            for (points = m_formFont.pointSizeF(); points > 1; points -= 1) {
+                font.setPointSizeF(points);
+                if (fits(Qt::TextWordWrap))
+                    break;
+            }
+        }
+        m_refitting = true;
+        m_title->setWordWrap(wrap);
+        m_title->setFont(font);
+        m_refitting = false;
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (watched == m_title && !m_refitting && event->type() == QEvent::Resize)
+            Refit();
+        return false;
+    }
+
+private:
+    QLabel *m_title;
+    const QFont m_formFont;
+    bool m_refitting = false;
+};
+
 } // namespace
+
+void FitTitleToLabel(QLabel *title)
+{
+    if (title->findChild<TitleFitter *>(QString(), Qt::FindDirectChildrenOnly))
+        return;
+    QSizePolicy policy = title->sizePolicy();
+    policy.setHorizontalPolicy(QSizePolicy::Ignored);
+    title->setSizePolicy(policy);
+    (new TitleFitter(title))->Refit();
+}
+
+void SetTitleText(QLabel *title, const QString &text)
+{
+    title->setText(text);
+    if (auto *fitter = title->findChild<TitleFitter *>(QString(), Qt::FindDirectChildrenOnly))
+        fitter->Refit();
+}
 
 QStyle *FlatStyle()
 {
@@ -91,7 +174,19 @@ void ApplyContentsFrame(QWidget *frame)
         f->setFrameShape(QFrame::StyledPanel);
         f->setFrameShadow(QFrame::Raised);
     }
-    frame->setPalette(QApplication::palette(frame));
+    // The application palette as it comes has no role marked as set, and a widget given
+    // such a palette keeps inheriting its dialog's: the panel would be filled with the
+    // dialog's background picture and show as a mere outline. Every role is set here.
+    const QPalette application = QApplication::palette(frame);
+    QPalette panel = application;
+    for (int group = 0; group < QPalette::NColorGroups; ++group) {
+        for (int role = 0; role < QPalette::NColorRoles; ++role) {
+            const auto g = static_cast<QPalette::ColorGroup>(group);
+            const auto r = static_cast<QPalette::ColorRole>(role);
+            panel.setBrush(g, r, application.brush(g, r));
+        }
+    }
+    frame->setPalette(panel);
     frame->setAutoFillBackground(true);
 }
 
@@ -118,7 +213,35 @@ bool ApplyButtonInfo(QPushButton *button, const ResultButtonInfo &info)
     if (!pixmap.isNull())
         button->setIconSize(pixmap.size());
     button->setText(info.text);
+    FitCaption(button);
     return true;
+}
+
+void FitCaption(QPushButton *button)
+{
+    // The width the form gave the button, kept from the first call: a later shorter
+    // caption gives the room back.
+    static const char kFormWidth[] = "qvbFormWidth";
+    if (!button->property(kFormWidth).isValid())
+        button->setProperty(kFormWidth, button->minimumWidth());
+    int width = button->property(kFormWidth).toInt();
+    if (!button->text().isEmpty()) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        option.text = button->text();
+        option.icon = button->icon();
+        option.iconSize = button->iconSize();
+        QSize contents = button->fontMetrics().size(Qt::TextShowMnemonic, button->text());
+        if (!button->icon().isNull())
+            contents.rwidth() += button->iconSize().width() + 4;
+        // Measured wide, so the style's least width for captioned buttons does not count.
+        constexpr int kWide = 1000;
+        const int needed = button->style()
+                               ->sizeFromContents(QStyle::CT_PushButton, &option, contents + QSize(kWide, 0), button)
+                               .width() - kWide;
+        width = qMax(width, needed + 2 * kCaptionMargin);
+    }
+    button->setFixedWidth(width);
 }
 
 } // namespace Generic

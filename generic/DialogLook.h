@@ -3,6 +3,7 @@
 
 #include <QColor>
 
+class QLabel;
 class QPushButton;
 class QStyle;
 class QWidget;
@@ -23,6 +24,15 @@ void ApplyDialogBackground(QWidget *widget);
 // Makes a contents frame a raised panel filled with the application palette.
 void ApplyContentsFrame(QWidget *frame);
 
+// A dialog's title never clips: it keeps its form's font while the text fits the label's
+// width, else it is drawn smaller, down to kSmallestTitlePoints, and a title that does not
+// fit even then is wrapped onto two lines of a size that fits the label's height. The
+// label takes the width its dialog gives it rather than asking for the text's width.
+// Refitted whenever the label is resized; call SetTitleText to change the text.
+inline constexpr int kSmallestTitlePoints = 14;
+void FitTitleToLabel(QLabel *title);
+void SetTitleText(QLabel *title, const QString &text);
+
 // The family's flat look on top of the application's style: command buttons are filled
 // with exactly their palette's Button colour (darker while pressed) and a progress bar's
 // chunk with exactly its Highlight colour, instead of the shaded gradients the stock
@@ -38,5 +48,10 @@ void ColourButton(QWidget *button, const QColor &colour);
 // Shows the button with the info's picture and caption, or hides it when the info says
 // there is none; returns whether it is shown.
 bool ApplyButtonInfo(QPushButton *button, const ResultButtonInfo &info);
+
+// A captioned button is made wide enough for its caption and picture, with kCaptionMargin
+// of room on each side beyond the style's own, and never narrower than its form made it.
+inline constexpr int kCaptionMargin = 6;
+void FitCaption(QPushButton *button);
 
 } // namespace Generic

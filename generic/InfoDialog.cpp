@@ -13,6 +13,7 @@ InfoDialog::InfoDialog(QWidget *parent, bool framed)
     , m_ui(new Ui::InfoDialog)
 {
     m_ui->setupUi(this);
+    FitTitleToLabel(m_ui->labelTitle);
     setAttribute(Qt::WA_DeleteOnClose);
     ApplyDialogBackground(this);
     if (framed)
@@ -33,12 +34,12 @@ void InfoDialog::SetContents(QWidget *widget)
     if (!layout)
         layout = new QHBoxLayout(m_ui->frameContents);
     layout->addWidget(widget);
-    m_ui->labelTitle->setText(widget->windowTitle());
+    SetTitleText(m_ui->labelTitle, widget->windowTitle());
 }
 
 void InfoDialog::SetTitle(const QString &title)
 {
-    m_ui->labelTitle->setText(title);
+    SetTitleText(m_ui->labelTitle, title);
 }
 
 QString InfoDialog::Title() const

@@ -16,6 +16,7 @@ LegacyMessageDialog::LegacyMessageDialog(QWidget *parent, int mode, Images::Type
     Q_UNUSED(buttonType)
 
     setupUi(this);
+    FitTitleToLabel(ui_labelTitle);
     setAttribute(Qt::WA_DeleteOnClose);
     ApplyDialogBackground(this);
     for (QPushButton *button : {ui_buttonAccept, ui_buttonOk, ui_buttonCancel})
@@ -78,7 +79,7 @@ void LegacyMessageDialog::SetPostedEvent(QObject *receiver, int type)
 
 void LegacyMessageDialog::SetTitle(QString text)
 {
-    ui_labelTitle->setText(text);
+    SetTitleText(ui_labelTitle, text);
 }
 
 void LegacyMessageDialog::SetText(QString text)

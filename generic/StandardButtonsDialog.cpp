@@ -44,6 +44,7 @@ StandardButtonsDialog::StandardButtonsDialog(int mode, QWidget *parent, bool fra
 {
     Ui::StandardButtonsDialog *ui = d->ui.get();
     ui->setupUi(this);
+    FitTitleToLabel(ui->labelTitle);
     setAttribute(Qt::WA_DeleteOnClose);
     ApplyDialogBackground(this);
     if (framed)
@@ -99,7 +100,7 @@ int StandardButtonsDialog::exec()
 
 void StandardButtonsDialog::SetTitle(QString title)
 {
-    d->ui->labelTitle->setText(title);
+    SetTitleText(d->ui->labelTitle, title);
 }
 
 void StandardButtonsDialog::EnableAccept(bool enable)
@@ -169,7 +170,7 @@ void StandardButtonsDialog::SetContents(QWidget *widget, const QString &title)
     if (!layout)
         layout = new QVBoxLayout(frame);
     layout->addWidget(widget);
-    d->ui->labelTitle->setText(title);
+    SetTitleText(d->ui->labelTitle, title);
 }
 
 void StandardButtonsDialog::SetHelpWidget(QWidget *widget)

@@ -64,6 +64,8 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    void CentreOnScreen();
+
     int m_minimumWidth = -1;
     int m_minimumHeight = -1;
     int m_maximumWidth = -1;

@@ -38,7 +38,7 @@
     </message>
     <message>
         <source>Accept</source>
-        <translation>Übernehmen</translation>
+        <translation>Bestätigen</translation>
     </message>
     <message>
         <source>Cancel</source>
@@ -71,11 +71,11 @@
     <name>QVB restore failure</name>
     <message>
         <source>QVB Restore Failed</source>
-        <translation>QVB-Wiederherstellung fehlgeschlagen</translation>
+        <translation>Wiederherstellung fehlgeschlagen</translation>
     </message>
     <message>
         <source>The process of restoring a backup file failed.  Please try restoring the backup again.</source>
-        <translation>Das Wiederherstellen der Sicherungsdatei ist fehlgeschlagen.  Bitte versuchen Sie erneut, die Sicherung wiederherzustellen.</translation>
+        <translation>Die Sicherung konnte nicht wiederhergestellt werden.  Bitte versuchen Sie es erneut.</translation>
     </message>
 </context>
 <context>

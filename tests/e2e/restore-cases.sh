@@ -66,7 +66,8 @@ failed_en="Generic::MessageDialog|QVB Restore Failed|The process of restoring a 
 cannot_open_en() { echo "Generic::MessageDialog|Restore Memory|Cannot open file $1"; }
 progress_de="Generic::ProgressDialog|Speicher wiederherstellen|Bitte warten Sie, während der Speicher wiederhergestellt wird.  Entfernen Sie das Speichermedium nicht.  Die Anwendung wird fortgesetzt, sobald die Wiederherstellung abgeschlossen ist.  (Dies kann einige Minuten dauern.)"
 restored_de="Generic::MessageDialog|Sicherung wiederhergestellt|Das System wurde wiederhergestellt."
-failed_de="Generic::MessageDialog|QVB-Wiederherstellung fehlgeschlagen|Das Wiederherstellen der Sicherungsdatei ist fehlgeschlagen.  Bitte versuchen Sie erneut, die Sicherung wiederherzustellen."
+failed_de_title="Wiederherstellung fehlgeschlagen"
+failed_de="Generic::MessageDialog|$failed_de_title|Die Sicherung konnte nicht wiederhergestellt werden.  Bitte versuchen Sie es erneut."
 cannot_open_de() { echo "Generic::MessageDialog|Speicher wiederherstellen|Datei $1 kann nicht geöffnet werden"; }
 
 # --- building blocks -----------------------------------------------------------------------
@@ -123,6 +124,46 @@ font_is_16pt() { # the application font, and the text of every dialog, are 16 po
   awk -F'\t' '$1 == "shown" && $8 != 16 { bad = 1 }
               $1 == "label" && $3 != "labelTitle" && $4 != 16 { bad = 1 }
               END { exit bad }' "$out/style.log"
+}
+
+windows_centred() { # every window the program showed stood in the middle of the 1024x768 screen
+  awk -F'\t' '$1 == "placed" && ($3 != int((1024 - $5) / 2) || $4 != int((768 - $6) / 2)) {
+                 print "not centred: " $0 > "/dev/stderr"; bad = 1 }
+              $1 == "placed" { n++ }
+              END { exit bad || n == 0 }' "$out/style.log"
+}
+
+# title_shown_whole TITLE: the last title label that drew TITLE drew it inside the label, the
+# label lies on the screen, and the screenshot of that message shows the title's ink clear of
+# the label's edges and over the middle of the label: nothing cut, nothing off-centre.
+title_shown_whole() {
+  local line shot box
+  line=$(awk -F'\t' -v t="$1" '$1 == "drawn" && $3 == "labelTitle" && $13 == t' "$out/style.log" | tail -n 1)
+  [ -n "$line" ] || { echo "the title \"$1\" was never drawn" >&2; return 1; }
+  local _ lx ly lw lh tx ty tw th
+  IFS=$'\t' read -r _ _ _ lx ly lw lh tx ty tw th _ <<< "$line"
+  if ((tx < lx || tx + tw > lx + lw || ty < ly || ty + th > ly + lh)); then
+    echo "drawn wider than its label: $line" >&2
+    return 1
+  fi
+  if ((lx < 0 || ly < 0 || lx + lw > 1024 || ly + lh > 768)); then
+    echo "the label is not on the screen: $line" >&2
+    return 1
+  fi
+  shot=$(ls "$out"/*-message.png | tail -n 1)
+  # The ink of the title: dark pixels of the label's box, their bounding box as WxH+X+Y.
+  box=$(convert "$shot" -crop "${lw}x${lh}+${lx}+${ly}" +repage -colorspace Gray -threshold 50% -negate \
+          -format '%@' info:)
+  local iw ih ix iy
+  IFS='x+' read -r iw ih ix iy <<< "$box"
+  if ((iw <= 0 || iw >= lw || ix < 2 || ix + iw > lw - 2)); then
+    echo "the title's ink ($box) touches the edges of its ${lw}x$lh label in $shot" >&2
+    return 1
+  fi
+  if ((2 * ix + iw - lw > 4 || lw - 2 * ix - iw > 4)); then
+    echo "the title's ink ($box) is not over the middle of its ${lw}-pixel label in $shot" >&2
+    return 1
+  fi
 }
 
 expect_success() { # the checks of every successful restore
@@ -202,6 +243,8 @@ case_success_v2_targz() {
   run_program -- "$backup"
   expect_success
   check "16-point application font in every dialog" font_is_16pt
+  check "every window in the middle of the screen" windows_centred
+  check "the outcome's title whole and centred on the screen" title_shown_whole "Backup Restored"
   check "a non-ASCII name with blanks restored" \
     test -f "$root/home/data/Aufträge & Kunden/Müller Hof/Feld Süd – Mais.txt"
 }
@@ -255,7 +298,8 @@ case_fail_missing_path() {
 case_fail_no_argument() {
   qvb_prepare_root "$root"
   run_program
-  expect_failure "$(cannot_open_en "")"
+  # Without a path the text ends after "file", with no blank left over.
+  expect_failure "Generic::MessageDialog|Restore Memory|Cannot open file"
 }
 
 case_interrupted() {
@@ -288,6 +332,8 @@ case_german() {
   check "exit status 0" expect_exit 0
   check "German open failure, progress dialog and failure message" \
     dialogs_are "$(cannot_open_de /media/usb/fehlt.qvb)" "$progress_de" "$failed_de"
+  check "the German failure title whole and centred on the screen" title_shown_whole "${failed_de_title}"
+  check "every window in the middle of the screen" windows_centred
   check "data areas empty apart from hidden entries" only_hidden_left
   check "restore marker removed" marker_gone
 }

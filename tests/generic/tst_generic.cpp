@@ -1,11 +1,13 @@
 // The dialog family: stack and overlays, button row, message, legacy, info and progress
 // dialogs, as drawn. In a throwaway root, so only the compiled-in pictures are found.
 
+#include "DialogGallery.h"
 #include "InfoDialog.h"
 #include "LegacyMessageDialog.h"
 #include "MessageDialog.h"
 #include "Overlay.h"
 #include "ProgressDialog.h"
+#include "RestoreTexts.h"
 #include "TestSupport.h"
 
 #include <QtTest>
@@ -87,6 +89,28 @@ public:
 
 public slots:
     void on_ui_checkBoxDetail_toggled(bool on) { toggles << on; }
+};
+
+// The restore program's font and a language for one test; both undone at the end.
+class DisplayLook
+{
+public:
+    explicit DisplayLook(Gallery::Language language)
+        : m_font(QApplication::font())
+        , m_loaded(Gallery::UseLanguage(language, QStringLiteral(QVB_GERMAN_QM)))
+    {
+        Gallery::UseDisplayFont();
+    }
+    ~DisplayLook()
+    {
+        Gallery::UseLanguage(Gallery::Language::English, QString());
+        QApplication::setFont(m_font);
+    }
+    bool Loaded() const { return m_loaded; }
+
+private:
+    const QFont m_font;
+    const bool m_loaded;
 };
 
 } // namespace
@@ -436,6 +460,201 @@ private slots:
         QTest::mouseClick(option, Qt::LeftButton);
         QTest::mouseClick(option, Qt::LeftButton);
         QCOMPARE(toggled, (QList<QList<QVariant>>{{true}, {false}}));
+    }
+
+    // Every kind of dialog, in both languages, as the operator sees it: centred on the
+    // screen, every text and caption whole, titles over the middle.
+    void everyDialogFits_data()
+    {
+        QTest::addColumn<int>("language");
+        QTest::addColumn<int>("kind");
+        const QList<Gallery::Kind> kinds = Gallery::Kinds();
+        for (Gallery::Language language : {Gallery::Language::English, Gallery::Language::German}) {
+            for (int i = 0; i < kinds.size(); ++i) {
+                const char *tag = language == Gallery::Language::German ? "de" : "en";
+                QTest::addRow("%s %s", tag, qPrintable(kinds[i].name)) << int(language) << i;
+            }
+        }
+    }
+    void everyDialogFits()
+    {
+        QFETCH(int, language);
+        QFETCH(int, kind);
+        const DisplayLook look(static_cast<Gallery::Language>(language));
+        QVERIFY(look.Loaded());
+        QList<QWidget *> shown = Gallery::Kinds().at(kind).show(static_cast<Gallery::Language>(language));
+        QStringList problems;
+        for (QWidget *window : shown) {
+            QVERIFY(QTest::qWaitForWindowExposed(window));
+            problems << Gallery::Problems(window);
+        }
+        Gallery::Dismiss(shown);
+        QVERIFY2(problems.isEmpty(), qPrintable(problems.join('\n')));
+    }
+
+    // A title keeps its form's size while it fits, is drawn smaller when it does not, and is
+    // wrapped when it would have to be smaller than a title should be; a shorter title set
+    // afterwards gets the form's size back.
+    void titleFitsItsLabel_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("shown"); // form size, smaller, wrapped
+        const QString longTitle = QStringLiteral("QVB-Wiederherstellung fehlgeschlagen");
+        const QString endless = QStringLiteral("Die Wiederherstellung der Sicherung vom USB-Speichermedium ist "
+                                               "leider nicht vollständig gelungen");
+        for (const char *kind : {"message", "legacy", "info"}) {
+            QTest::addRow("%s, short", kind) << kind << "Backup Restored" << "form size";
+            QTest::addRow("%s, long", kind) << kind << longTitle << "smaller";
+            QTest::addRow("%s, far too long", kind) << kind << endless << "wrapped";
+        }
+    }
+    void titleFitsItsLabel()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, title);
+        QFETCH(QString, shown);
+        const DisplayLook look(Gallery::Language::English);
+        Dialog *dialog = nullptr;
+        std::function<void(const QString &)> setTitle;
+        if (kind == "message") {
+            auto *message = MessageDialog::CreateInformation("Backup Restored", "X");
+            setTitle = [message](const QString &text) { message->SetTitle(text); };
+            dialog = message;
+        } else if (kind == "legacy") {
+            auto *legacy = new LegacyMessageDialog;
+            setTitle = [legacy](const QString &text) { legacy->SetTitle(text); };
+            dialog = legacy;
+        } else {
+            auto *info = new InfoDialog(nullptr, true);
+            setTitle = [info](const QString &text) { info->SetTitle(text); };
+            dialog = info;
+        }
+        const QList<QLabel *> titles = dialog->findChildren<QLabel *>(QRegularExpression("labelTitle$"));
+        QCOMPARE(titles.size(), 1);
+        QLabel *label = titles.first();
+        const qreal formPoints = label->font().pointSizeF();
+        QCOMPARE(formPoints, 22.0);
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        setTitle(title);
+        const qreal points = label->font().pointSizeF();
+        QVERIFY2(Gallery::Problems(dialog).isEmpty(), qPrintable(Gallery::Problems(dialog).join('\n')));
+        if (shown == "form size")
+            QVERIFY(points == formPoints && !label->wordWrap());
+        else if (shown == "smaller")
+            QVERIFY2(points < formPoints && points >= 14 && !label->wordWrap(), qPrintable(QString::number(points)));
+        else
+            QVERIFY2(label->wordWrap() && QFontMetrics(label->font()).lineSpacing() * 2 <= label->height(),
+                     qPrintable(QString::number(points)));
+        QCOMPARE(label->text(), title);
+        setTitle("Short");
+        QCOMPARE(label->font().pointSizeF(), formPoints);
+        QVERIFY(!label->wordWrap());
+        QVERIFY(label->font().bold());
+    }
+
+    // A dialog nobody placed goes to the middle of its screen each time it is shown; one the
+    // caller moved stays where the caller put it.
+    void placement()
+    {
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        const auto centred = [&screen](QWidget *w) {
+            const QSize size = w->frameGeometry().size();
+            return QPoint(screen.x() + (screen.width() - size.width()) / 2,
+                          screen.y() + (screen.height() - size.height()) / 2);
+        };
+        ProgressDialog *progress = new ProgressDialog;
+        progress->show();
+        QCOMPARE(progress->frameGeometry().topLeft(), centred(progress));
+        progress->hide();
+        progress->show();
+        QCOMPARE(progress->frameGeometry().topLeft(), centred(progress));
+
+        auto *placed = MessageDialog::CreateInformation("T", "X");
+        placed->move(10, 20);
+        placed->show();
+        QCOMPARE(placed->pos(), QPoint(10, 20));
+    }
+
+    // The contents frame is a raised panel filled with the application's window colour, not
+    // an outline over the dialog's background picture; unframed dialogs keep the picture.
+    void contentsPanel_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<bool>("filled");
+        QTest::newRow("message") << "message" << true;
+        QTest::newRow("progress") << "progress" << true;
+        QTest::newRow("info, framed") << "info framed" << true;
+        QTest::newRow("info, unframed") << "info" << false;
+        QTest::newRow("standard, unframed") << "standard" << false;
+    }
+    void contentsPanel()
+    {
+        QFETCH(QString, kind);
+        QFETCH(bool, filled);
+        Dialog *dialog = nullptr;
+        if (kind == "message")
+            dialog = MessageDialog::CreateInformation("T", "X");
+        else if (kind == "progress")
+            dialog = new ProgressDialog;
+        else if (kind.startsWith("info"))
+            dialog = new InfoDialog(nullptr, kind.endsWith("framed"));
+        else
+            dialog = new StandardButtonsDialog(NoButtons, nullptr, false);
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        auto *frame = dialog->findChild<QFrame *>("frameContents");
+        QVERIFY(frame);
+        // Just inside the panel's border, where no child widget lies.
+        const QColor pixel = PixelOf(dialog, frame, QPoint(frame->width() / 2, 3));
+        const QColor panel = QApplication::palette().color(QPalette::Window);
+        QCOMPARE(pixel == panel, filled);
+    }
+
+    // A caption gets room beside its picture; a shorter caption gives the room back.
+    void captionsFitTheirButtons()
+    {
+        const DisplayLook look(Gallery::Language::English);
+        auto *dialog = new LegacyMessageDialog(nullptr, LegacyMessageDialog::AllThreeMiddleTwo);
+        auto *middle = Child(dialog, "ui_buttonOk");
+        const int formWidth = middle->width();
+        dialog->SetMiddleButton(OkButton("Alle Änderungen verwerfen"));
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        QVERIFY2(Gallery::Problems(dialog).isEmpty(), qPrintable(Gallery::Problems(dialog).join('\n')));
+        QVERIFY(middle->width() > formWidth);
+        dialog->SetMiddleButton(OkButton("OK"));
+        QCOMPARE(middle->maximumWidth(), formWidth);
+        QCOMPARE(middle->minimumWidth(), formWidth);
+    }
+
+    // The restore program's texts in both languages, the open failure without a path too
+    // (started without an argument): never a double blank or a blank at the end.
+    void restoreTexts_data()
+    {
+        QTest::addColumn<int>("language");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("text");
+        const int en = int(Gallery::Language::English);
+        const int de = int(Gallery::Language::German);
+        QTest::newRow("en, path") << en << "/media/usb/a b.qvb" << "Cannot open file /media/usb/a b.qvb";
+        QTest::newRow("en, no path") << en << "" << "Cannot open file";
+        QTest::newRow("de, path") << de << "/media/usb/a b.qvb" << "Datei /media/usb/a b.qvb kann nicht geöffnet werden";
+        QTest::newRow("de, no path") << de << "" << "Datei kann nicht geöffnet werden";
+        QTest::newRow("en, marker in the path") << en << "/x/%1.qvb" << "Cannot open file /x/%1.qvb";
+    }
+    void restoreTexts()
+    {
+        QFETCH(int, language);
+        QFETCH(QString, path);
+        QFETCH(QString, text);
+        const DisplayLook look(static_cast<Gallery::Language>(language));
+        QVERIFY(look.Loaded());
+        QCOMPARE(RestoreTexts::OpenFailure(path), text);
+        const bool german = language == int(Gallery::Language::German);
+        QCOMPARE(RestoreTexts::FailedTitle(), german ? QString("Wiederherstellung fehlgeschlagen")
+                                                     : QString("QVB Restore Failed"));
     }
 };
 

@@ -1,142 +1,75 @@
-// Renders each kind of dialog of the family to a PNG file, for people to look at.
+// Draws every kind of dialog of the family in English and German, for people to look at.
 //
-//   QT_QPA_PLATFORM=offscreen qvb_render_dialogs <output-directory>
+//   qvb_render_dialogs <output-directory> <german .qm file>
 //
-// (tools/render-dialogs builds and runs it.) The dialogs are shown without a window
-// system and grabbed; "covered-under-message.png" puts a covered content dialog and the
-// message above it on a 1024 by 768 screen, as the display would show them.
+// (tools/render-dialogs builds it and runs it under an X server of 1024 by 768 pixels, the
+// display's screen.) Each picture is the whole screen as it shows the kind, read back from
+// the X server, so a box that is not centred or a text that is cut shows as such. The
+// faults the dialog test looks for are printed as well; the exit status is 1 when any is
+// found.
 
-#include "Dialog.h"
-#include "MessageDialog.h"
-#include "ProgressDialog.h"
-#include "StandardButtonsDialog.h"
+#include "DialogGallery.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QFont>
-#include <QFormLayout>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPainter>
+#include <QGuiApplication>
 #include <QPixmap>
+#include <QScreen>
 #include <QTextStream>
+#include <QThread>
 
 #include <cstdio>
-
-namespace {
-
-const QString kWaitText = QStringLiteral(
-    "Please wait while the memory is being restored.  Do not remove the storage device.  "
-    "The application will resume when the restore is complete.  (This may take several "
-    "minutes.)");
-
-QString g_out;
-QStringList g_written;
-
-QPixmap Grab(QWidget *widget)
-{
-    widget->show();
-    QApplication::processEvents();
-    return widget->grab();
-}
-
-void Save(const QPixmap &pixmap, const QString &name)
-{
-    const QString path = g_out + QLatin1Char('/') + name;
-    if (!pixmap.save(path, "PNG")) {
-        std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
-        std::exit(1);
-    }
-    g_written << path;
-}
-
-void RenderAndDelete(Generic::Dialog *dialog, const QString &name)
-{
-    Save(Grab(dialog), name);
-    dialog->hide();
-    delete dialog;
-}
-
-// An 818 by 610 content dialog with a small form, like the display's setup pages.
-Generic::StandardButtonsDialog *ContentDialog()
-{
-    auto *dialog = new Generic::StandardButtonsDialog(Generic::AcceptAndCancel);
-    auto *contents = new QWidget;
-    auto *form = new QFormLayout(contents);
-    form->addRow(QStringLiteral("Display name"), new QLineEdit(QStringLiteral("Cab display 1")));
-    form->addRow(QStringLiteral("Backup file"), new QLineEdit(QStringLiteral("/media/usb/display.qvb")));
-    form->addRow(new QLabel(QStringLiteral("The backup replaces all data on this display.")));
-    dialog->SetContents(contents, QStringLiteral("Restore Backup"));
-    dialog->ApplyDefaultSize();
-    return dialog;
-}
-
-} // namespace
 
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s <output-directory>\n", argv[0]);
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s <output-directory> <german .qm file>\n", argv[0]);
         return 2;
     }
-    // The restore program's application font.
-    QFont font = QApplication::font();
-    font.setPointSize(16);
-    QApplication::setFont(font);
+    Gallery::UseDisplayFont();
+    const QDir out(QString::fromLocal8Bit(argv[1]));
+    const QString germanQm = QString::fromLocal8Bit(argv[2]);
+    QTextStream report(stdout);
+    int faults = 0;
 
-    g_out = QDir(QString::fromLocal8Bit(argv[1])).absolutePath();
-    if (!QDir().mkpath(g_out)) {
-        std::fprintf(stderr, "cannot create %s\n", argv[1]);
-        return 1;
+    const struct {
+        Gallery::Language language;
+        const char *folder;
+    } languages[] = {{Gallery::Language::English, "en"}, {Gallery::Language::German, "de"}};
+    for (const auto &language : languages) {
+        if (!Gallery::UseLanguage(language.language, germanQm)) {
+            std::fprintf(stderr, "cannot load the translation %s\n", argv[2]);
+            return 1;
+        }
+        const QString folder = out.absoluteFilePath(QString::fromLatin1(language.folder));
+        if (!QDir().mkpath(folder)) {
+            std::fprintf(stderr, "cannot create %s\n", qPrintable(folder));
+            return 1;
+        }
+        for (const Gallery::Kind &kind : Gallery::Kinds()) {
+            QList<QWidget *> shown = kind.show(language.language);
+            // Give the X server time to draw what was mapped before reading it back.
+            for (int i = 0; i < 10; ++i) {
+                QApplication::processEvents();
+                QThread::msleep(20);
+            }
+            const QString path = folder + QLatin1Char('/') + kind.name + QStringLiteral(".png");
+            const QPixmap screen = QGuiApplication::primaryScreen()->grabWindow(0);
+            if (!screen.save(path, "PNG")) {
+                std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+                return 1;
+            }
+            report << path << '\n';
+            for (QWidget *window : shown) {
+                for (const QString &problem : Gallery::Problems(window)) {
+                    report << "  FAULT: " << problem << '\n';
+                    ++faults;
+                }
+            }
+            Gallery::Dismiss(shown);
+        }
     }
-
-    using Generic::MessageDialog;
-    RenderAndDelete(MessageDialog::CreateInformation(QStringLiteral("Backup Restored"),
-                                                     QStringLiteral("The system has been restored.")),
-                    QStringLiteral("message-information.png"));
-    RenderAndDelete(MessageDialog::CreateWarning(
-                        QStringLiteral("QVB Restore Failed"),
-                        QStringLiteral("The process of restoring a backup file failed.  "
-                                       "Please try restoring the backup again.")),
-                    QStringLiteral("message-warning.png"));
-    RenderAndDelete(MessageDialog::CreateQuestion(QStringLiteral("Restore Backup"),
-                                                  QStringLiteral("Replace all data on this display "
-                                                                 "with the backup?")),
-                    QStringLiteral("message-question.png"));
-    RenderAndDelete(MessageDialog::CreateWait(QStringLiteral("Please Wait"),
-                                              QStringLiteral("Checking the storage device."), 0),
-                    QStringLiteral("message-wait.png"));
-
-    for (int percent : {0, 42, 100}) {
-        auto *progress = new Generic::ProgressDialog;
-        progress->SetTitle(QStringLiteral("Restore Memory"));
-        progress->SetText(kWaitText);
-        progress->SetProgressCount(percent);
-        RenderAndDelete(progress, QStringLiteral("progress-%1.png").arg(percent, 3, 10, QLatin1Char('0')));
-    }
-
-    // A content dialog alone, then covered by a question shown over it.
-    Generic::StandardButtonsDialog *content = ContentDialog();
-    Save(Grab(content), QStringLiteral("content-dialog.png"));
-    MessageDialog *question = MessageDialog::CreateQuestion(
-        QStringLiteral("Restore Backup"), QStringLiteral("Replace all data on this display with the backup?"));
-    const QPixmap top = Grab(question);
-    const QPixmap covered = content->grab();
-    QPixmap screen(1024, 768);
-    screen.fill(Qt::black);
-    {
-        QPainter painter(&screen);
-        painter.drawPixmap((1024 - covered.width()) / 2, (768 - covered.height()) / 2, covered);
-        painter.drawPixmap((1024 - top.width()) / 2, (768 - top.height()) / 2, top);
-    }
-    Save(screen, QStringLiteral("covered-under-message.png"));
-    delete question;
-    delete content;
-
-    QTextStream out(stdout);
-    out << "Dialogs rendered to " << g_out << ":\n";
-    for (const QString &path : g_written)
-        out << "  " << path << '\n';
-    return 0;
+    report << faults << " faults found\n";
+    return faults == 0 ? 0 : 1;
 }

@@ -9,18 +9,25 @@
 //   label <window> <object name> <font pt> <text>     each visible label with a text
 //   button <window> <object name> <centre x> <centre y> <text>   after the first paint
 //   painted <window> <ms since 1970>   after the first paint; none if hidden before it
+//   placed <window> <x> <y> <width> <height>   where the window stands then, on the screen
 //   hidden <window> <class>
 //   progress <value>                   each value any progress bar takes
+//   drawn <window> <object name> <label x> <y> <width> <height> <text x> <y> <width> <height>
+//         <font pt> <text>             the first time a label draws a text: the label's box
+//                                      and the box the text takes as drawn, on the screen
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDateTime>
 #include <QLabel>
+#include <QPainter>
 #include <QPointer>
 #include <QProgressBar>
 #include <QProxyStyle>
 #include <QStyleFactory>
 #include <QStylePlugin>
 #include <QTimer>
+
+#include <set>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -32,7 +39,7 @@ QString Escaped(QString text)
     return text.replace('\\', "\\\\").replace('\t', "\\t").replace('\n', "\\n");
 }
 
-// Made when the style polishes its first widget, so the application object exists.
+// Writes the log; one per process (TheRecorder).
 class Recorder : public QObject
 {
 public:
@@ -45,6 +52,22 @@ public:
     }
 
     void OnProgress(int value) { Write({"progress", QString::number(value)}); }
+
+    // What the label's paint put on the screen: the font and place the painter really used.
+    void OnDrawn(QLabel *label, QPainter *painter, const QRect &rect, int flags, const QString &text)
+    {
+        const QString id = ids.value(label->window());
+        if (id.isEmpty() || !drawn.insert(id + '\t' + label->objectName() + '\t' + text).second)
+            return;
+        const QRect inLabel = painter->fontMetrics().boundingRect(rect, flags, text);
+        const QRect box(label->mapToGlobal(QPoint(0, 0)), label->size());
+        const QRect textBox(label->mapToGlobal(inLabel.topLeft()), inLabel.size());
+        Write({"drawn", id, label->objectName(), QString::number(box.x()), QString::number(box.y()),
+               QString::number(box.width()), QString::number(box.height()), QString::number(textBox.x()),
+               QString::number(textBox.y()), QString::number(textBox.width()),
+               QString::number(textBox.height()), QString::number(painter->font().pointSizeF()),
+               Escaped(text)});
+    }
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
@@ -103,13 +126,24 @@ private:
                        QString::number(centre.y()), Escaped(button->text())});
         }
         Write({"painted", id, QString::number(QDateTime::currentMSecsSinceEpoch())});
+        const QRect frame = window->frameGeometry();
+        Write({"placed", id, QString::number(frame.x()), QString::number(frame.y()),
+               QString::number(frame.width()), QString::number(frame.height())});
     }
 
     int fd = -1;
+    std::set<QString> drawn;
     QSet<QWidget *> awaitingPaint;
     QHash<QWidget *, QString> ids;
     int showings = 0;
 };
+
+// Made when the style polishes its first widget, so the application object exists.
+Recorder &TheRecorder()
+{
+    static Recorder recorder;
+    return recorder;
+}
 
 class RecordingStyle : public QProxyStyle
 {
@@ -123,10 +157,19 @@ public:
     void polish(QWidget *widget) override
     {
         QProxyStyle::polish(widget);
-        static Recorder recorder;
+        Recorder &recorder = TheRecorder();
         if (auto *bar = qobject_cast<QProgressBar *>(widget))
             connect(bar, &QProgressBar::valueChanged, &recorder, &Recorder::OnProgress,
                     Qt::UniqueConnection);
+    }
+
+    // A label draws its plain text through here, onto itself.
+    void drawItemText(QPainter *painter, const QRect &rect, int flags, const QPalette &palette, bool enabled,
+                      const QString &text, QPalette::ColorRole textRole) const override
+    {
+        QProxyStyle::drawItemText(painter, rect, flags, palette, enabled, text, textRole);
+        if (auto *label = dynamic_cast<QLabel *>(painter->device()))
+            TheRecorder().OnDrawn(label, painter, rect, flags, text);
     }
 };
 
