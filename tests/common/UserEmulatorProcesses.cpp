@@ -11,13 +11,20 @@
 // Here that one call is carried out as the kernel would: a plain fork, which qemu
 // emulates, and the child's descriptor from pidfd_open (which qemu passes on), written
 // where CLONE_PIDFD would have put it. Qt's path is then the same as on a real kernel.
-// (Making the probe fail instead would send Qt to its older fork-and-SIGCHLD path; under
-// qemu-i386 the main thread returns from a signal handler with another thread's TLS,
-// which breaks any program with a second thread.) Every other system call goes through
-// unchanged.
+// Every other system call goes through unchanged.
 //
-// The definition below takes precedence over the C library's "syscall" for Qt as well,
-// because the executable comes first in the dynamic linker's search order.
+// qemu-i386 has a second fault that hits every program with more than one thread and a
+// signal handler: it keeps one descriptor table for all threads, in which each new thread
+// overwrites the TLS entry, and a return from a signal handler reloads %gs from that table,
+// so the thread goes on with the newest thread's TLS (the main thread then takes itself
+// for QtTest's watchdog: "QThread: Destroyed while thread is still running"). Qt's own
+// handler is the SIGCHLD one it installs for a QProcess subclass such as QtTools::Process,
+// which always takes the fork-and-SIGCHLD path. On i386 every handler installed through
+// sigaction is therefore called through a trampoline that writes the running thread's TLS
+// base back into the table entry before the return.
+//
+// The definitions below take precedence over the C library's for Qt as well, because the
+// executable comes first in the dynamic linker's search order.
 
 #include <cerrno>
 #include <csignal>
@@ -27,6 +34,10 @@
 #include <sched.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#if defined(__i386__)
+#include <asm/ldt.h>
+#include <cstdint>
+#endif
 
 #ifndef CLONE_PIDFD
 #define CLONE_PIDFD 0x00001000
@@ -101,3 +112,80 @@ extern "C" long syscall(long number, ...)
     *slot = static_cast<int>(descriptor);
     return pid;
 }
+
+#if defined(__i386__)
+namespace {
+
+struct sigaction installedActions[NSIG];
+
+// Called at the end of a handler: %gs still has this thread's base, cached when the
+// selector was last loaded; the table entry it names may hold another thread's.
+void RestoreThreadDescriptor()
+{
+    unsigned short selector = 0;
+    asm volatile("mov %%gs, %0" : "=r"(selector));
+    if (selector < 8 || (selector & 4) != 0)
+        return; // not an entry of the global table
+    user_desc descriptor {};
+    descriptor.entry_number = selector >> 3;
+    if (CLibrarySyscall()(SYS_get_thread_area, &descriptor) != 0)
+        return;
+    std::uintptr_t threadPointer = 0; // the TCB's first word points at itself
+    asm volatile("movl %%gs:0, %0" : "=r"(threadPointer));
+    if (descriptor.base_addr == threadPointer)
+        return;
+    descriptor.base_addr = static_cast<unsigned int>(threadPointer);
+    CLibrarySyscall()(SYS_set_thread_area, &descriptor);
+}
+
+void Trampoline(int signal, siginfo_t *info, void *context)
+{
+    const struct sigaction &action = installedActions[signal];
+    if (action.sa_flags & SA_SIGINFO)
+        action.sa_sigaction(signal, info, context);
+    else if (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL)
+        action.sa_handler(signal);
+    RestoreThreadDescriptor();
+}
+
+bool IsHandler(const struct sigaction &action)
+{
+    return (action.sa_flags & SA_SIGINFO)
+           || (action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL);
+}
+
+} // namespace
+
+extern "C" int sigaction(int signal, const struct sigaction *action, struct sigaction *old)
+{
+    using SigactionFunction = int (*)(int, const struct sigaction *, struct sigaction *);
+    static const SigactionFunction real
+        = reinterpret_cast<SigactionFunction>(dlsym(RTLD_NEXT, "sigaction"));
+    if (real == nullptr) {
+        errno = ENOSYS;
+        return -1;
+    }
+    if (signal <= 0 || signal >= NSIG)
+        return real(signal, action, old);
+    struct sigaction wrapped {};
+    if (action != nullptr && IsHandler(*action)) {
+        wrapped = *action;
+        wrapped.sa_flags |= SA_SIGINFO;
+        wrapped.sa_sigaction = Trampoline;
+    }
+    const struct sigaction previous = installedActions[signal];
+    struct sigaction replaced {};
+    const int result = real(signal, action != nullptr && IsHandler(*action) ? &wrapped : action,
+                            &replaced);
+    if (result != 0)
+        return result;
+    // Callers see their own handlers, never the trampoline (Qt chains to the one before).
+    const bool replacedWasWrapped
+        = (replaced.sa_flags & SA_SIGINFO) && replaced.sa_sigaction == Trampoline;
+    if (old != nullptr)
+        *old = replacedWasWrapped ? previous : replaced;
+    if (action != nullptr)
+        installedActions[signal] = *action;
+    return 0;
+}
+#endif
