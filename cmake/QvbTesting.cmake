@@ -32,6 +32,7 @@ function(qvb_add_qtest name)
     # QGuiApplication from failing on a machine without one.
     set(env "QT_QPA_PLATFORM=offscreen")
   endif()
+  list(APPEND env ${QVB_CROSS_TEST_ENVIRONMENT}) # empty unless cross-built
   set_tests_properties(${name} PROPERTIES ENVIRONMENT "${env}")
   if(T_TIMEOUT)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT})

@@ -45,3 +45,10 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT
     "-Wl,--dynamic-linker=${QVB_SYSROOT}${_loader} -Wl,--disable-new-dtags -Wl,-rpath,${_libs} -Wl,-rpath-link,${_libs}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_libs}")
 add_compile_definitions(QVB_CROSS_BUILD)
+# What the test programs need from the sysroot when ctest runs them, with or without
+# tools/cross-test: Qt's plugins, and the UTF-8 locale in this processor's byte order
+# (the host's own locale files follow for the host programs the tests start).
+set(QVB_CROSS_TEST_ENVIRONMENT
+    "QT_PLUGIN_PATH=${QVB_SYSROOT}/usr/lib/${_multiarch}/qt5/plugins"
+    "LOCPATH=${QVB_SYSROOT}/usr/lib/locale:/usr/lib/locale"
+    "QEMU_LD_PREFIX=${QVB_SYSROOT}")
