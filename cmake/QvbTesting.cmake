@@ -10,10 +10,16 @@
 # Builds one QtTest executable and registers it with CTest.
 set(QVB_IN_ROOT ${CMAKE_CURRENT_LIST_DIR}/../tools/in-root)
 get_filename_component(QVB_IN_ROOT ${QVB_IN_ROOT} ABSOLUTE)
+# Under qemu's user-mode emulation Qt's way of starting child processes needs a system
+# call qemu refuses; the test programs of such a build steer Qt to its classic one.
+set(QVB_EMULATOR_SOURCES)
+if(CMAKE_CROSSCOMPILING_EMULATOR MATCHES "qemu")
+  set(QVB_EMULATOR_SOURCES ${CMAKE_CURRENT_LIST_DIR}/../tests/common/UserEmulatorProcesses.cpp)
+endif()
 
 function(qvb_add_qtest name)
   cmake_parse_arguments(T "GUI;IN_ROOT" "TIMEOUT" "SOURCES;LIBRARIES;ROOT_OPTIONS" ${ARGN})
-  add_executable(${name} ${T_SOURCES})
+  add_executable(${name} ${T_SOURCES} ${QVB_EMULATOR_SOURCES})
   target_link_libraries(${name} PRIVATE Qt5::Test qvb_testsupport ${T_LIBRARIES})
   if(T_IN_ROOT)
     add_test(NAME ${name} COMMAND ${QVB_IN_ROOT} ${T_ROOT_OPTIONS} -- ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
@@ -26,6 +32,7 @@ function(qvb_add_qtest name)
     # QGuiApplication from failing on a machine without one.
     set(env "QT_QPA_PLATFORM=offscreen")
   endif()
+  list(APPEND env ${QVB_CROSS_TEST_ENVIRONMENT}) # empty unless cross-built
   set_tests_properties(${name} PROPERTIES ENVIRONMENT "${env}")
   if(T_TIMEOUT)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${T_TIMEOUT})

@@ -38,7 +38,17 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${QVB_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR} "${QVB_SYSROOT}/usr/lib/${_multiarch}/pkgconfig:${QVB_SYSROOT}/usr/share/pkgconfig")
 set(_libs "${QVB_SYSROOT}/lib/${_multiarch}:${QVB_SYSROOT}/usr/lib/${_multiarch}")
+# The search path is written as DT_RPATH, not DT_RUNPATH: a run path serves only the
+# program's own direct dependencies, and Qt's (libGL behind QtGui, for one) would then be
+# looked for in the host's directories whenever the binaries run without an emulator.
 set(CMAKE_EXE_LINKER_FLAGS_INIT
-    "-Wl,--dynamic-linker=${QVB_SYSROOT}${_loader} -Wl,-rpath,${_libs} -Wl,-rpath-link,${_libs}")
+    "-Wl,--dynamic-linker=${QVB_SYSROOT}${_loader} -Wl,--disable-new-dtags -Wl,-rpath,${_libs} -Wl,-rpath-link,${_libs}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_libs}")
 add_compile_definitions(QVB_CROSS_BUILD)
+# What the test programs need from the sysroot when ctest runs them, with or without
+# tools/cross-test: Qt's plugins, and the UTF-8 locale in this processor's byte order
+# (the host's own locale files follow for the host programs the tests start).
+set(QVB_CROSS_TEST_ENVIRONMENT
+    "QT_PLUGIN_PATH=${QVB_SYSROOT}/usr/lib/${_multiarch}/qt5/plugins"
+    "LOCPATH=${QVB_SYSROOT}/usr/lib/locale:/usr/lib/locale"
+    "QEMU_LD_PREFIX=${QVB_SYSROOT}")
