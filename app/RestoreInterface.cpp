@@ -95,12 +95,8 @@ void RestoreInterface::StartRestore(const QString &path)
         qCWarning(lcRestore, "the restore marker could not be set and flushed");
     qCInfo(lcRestore, "data areas wiped, restore marker set, unpacking");
 
-    // The job first: showing the first window of the process (its native window, the
-    // fonts) takes the main thread some 50 ms, which the unpacking need not wait for. Both
-    // happen before the event loop runs, so the dialog is on the screen before any of the
-    // job's signals is delivered, as before (see docs/behaviour.md).
-    job->start();
     dialog->show();
+    job->start();
 }
 
 void RestoreInterface::ClearDataAreas()
