@@ -308,6 +308,49 @@ private slots:
         QCOMPARE(source.Position(), qint64(188 + 100000));
     }
 
+    // A file that ends before the size it had when reading began has not ended: the storage
+    // stopped delivering it. The reader meets a read error with the storage's EIO where the
+    // data stops, not an early end, and the digest fails too; a cancel during the digest's
+    // last stretch is told as such.
+    void bodySourceShrinkingFileIsReadError_data()
+    {
+        QTest::addColumn<bool>("gzip");
+        QTest::newRow("plain tar") << false;
+        QTest::newRow("tar.gz") << true;
+    }
+    void bodySourceShrinkingFileIsReadError()
+    {
+        QFETCH(bool, gzip);
+        QMap<QString, QByteArray> files;
+        for (int i = 0; i < 40; ++i)
+            files.insert(QStringLiteral("f%1.bin").arg(i), RandomBytes(100000, 10 + i));
+        const QByteArray body = ArchiveOf(files, gzip ? QStringList {"-z"} : QStringList {});
+        QTemporaryDir dir;
+        const QString path = WriteBackup(dir.filePath("backup"), body, 204);
+        FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+        QVERIFY(fd.IsOpen());
+        ::lseek(fd.Get(), 204, SEEK_SET);
+        BodySource source(fd.Get(), true, BodySource::kStreamingBlockSize);
+        const qint64 cutAt = 204 + body.size() / 2;
+        QCOMPARE(::truncate(QFile::encodeName(path).constData(), cutAt), 0);
+        const Walk walk = WalkBody(source, true);
+        QVERIFY2(walk.status == ARCHIVE_FATAL, qPrintable(QString::number(walk.status)));
+        QVERIFY(walk.names.size() < files.size());
+        QCOMPARE(source.ReadError(), EIO);
+        QVERIFY(source.Position() <= cutAt);
+        unsigned char digest[16];
+        const std::atomic<bool> noCancel {false};
+        QVERIFY(source.Finish(digest, noCancel) != BodySource::DigestOutcome::Complete);
+
+        // The whole file again, the reader done with it at once: a cancel ends the digest.
+        const QString whole = WriteBackup(dir.filePath("again"), body, 204);
+        FileDescriptor again(::open(QFile::encodeName(whole).constData(), O_RDONLY | O_CLOEXEC));
+        ::lseek(again.Get(), 204, SEEK_SET);
+        BodySource cancelled(again.Get(), true, BodySource::kStreamingBlockSize);
+        const std::atomic<bool> cancel {true};
+        QVERIFY(cancelled.Finish(digest, cancel) == BodySource::DigestOutcome::Cancelled);
+    }
+
     // Pieces of every size, across chunk boundaries and many times round the ring.
     void digestPipelineMatchesWholeDigest_data()
     {
