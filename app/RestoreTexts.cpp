@@ -24,21 +24,10 @@ QString OpenFailure(const QString &path)
     // Started without an argument the path is empty: the place marker goes together with
     // one blank beside it, so no language shows a double blank or a blank at the end
     // (see docs/behaviour.md).
-    if (path.isEmpty()) {
-        const QString marker = QStringLiteral("%1");
-        const int at = text.indexOf(marker);
-        if (at >= 0) {
-            int from = at;
-            int length = marker.size();
-            if (from > 0 && text.at(from - 1) == QLatin1Char(' ')) {
-                --from;
-                ++length;
-            } else if (from + length < text.size() && text.at(from + length) == QLatin1Char(' ')) {
-                ++length;
-            }
-            return text.remove(from, length);
-        }
-    }
+    if (path.isEmpty())
+        return text.replace(QLatin1String(" %1"), QString())
+            .replace(QLatin1String("%1 "), QString())
+            .remove(QLatin1String("%1"));
     return text.arg(path, 0, QLatin1Char(' '));
 }
 
