@@ -23,6 +23,17 @@ void RequestWindowDecoration(const QString &name)
     Q_UNUSED(name);
 }
 
+// The program paints with Qt's raster engine alone. Under X, Qt's xcb platform would
+// otherwise load its OpenGL integration at start-up (libGL, and with a software renderer
+// Mesa and LLVM): some 50 ms before the progress dialog can appear, on a tool that never
+// draws with OpenGL. A setting made by whoever started the program is kept. The display's
+// own linuxfb and eglfs platforms do not read it (see docs/behaviour.md).
+void SkipUnusedOpenGlIntegration()
+{
+    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -30,6 +41,7 @@ int main(int argc, char *argv[])
     // The style and decoration are chosen by name before the application object exists.
     QApplication::setStyle(QStringLiteral("talon_style"));
     RequestWindowDecoration(QStringLiteral("talon_decoration"));
+    SkipUnusedOpenGlIntegration();
 
     QApplication application(argc, argv);
     Language::Initialize();
