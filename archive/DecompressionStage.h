@@ -3,8 +3,9 @@
 //
 // Decompression on a thread of its own, ahead of the reader that parses the archive and
 // writes its entries. A first libarchive reader takes the body through its compression
-// filters only (raw format) and hands the plain bytes over a small bounded ring to the
-// second reader, which the job drives as usual. On a machine with more than one core the
+// filters only (raw format), or hands a gzip body's compressed bytes to zlib, and the
+// plain bytes go over a small bounded ring to the second reader, which the job drives as
+// usual. On a machine with more than one core the
 // inflating and the writing then overlap instead of taking turns (see docs/behaviour.md).
 //
 // The stage's thread alone touches the body source between the constructor and Stop(),
@@ -34,17 +35,31 @@ public:
     static constexpr std::size_t kDefaultBlockSize = 256 * 1024;
     static constexpr std::size_t kDefaultBlockCount = 4;
 
-    // Whether the body that starts `bodyStart` bytes into the file open on `fd` is
-    // compressed with one of the filters libarchive implements itself, so that a stage of
-    // its own pays off. Bodies without compression (plain tar, and the formats that need
-    // to seek in the file) are read directly. Reads with pread: the descriptor's position
-    // stays where it is.
-    static bool IsCompressed(int fd, qint64 bodyStart);
+    // How the stage takes the compression off.
+    enum class Decoder {
+        // libarchive's own filters, any number and kind of them.
+        Filters,
+        // A single gzip layer (members one after the other), inflated with zlib straight
+        // into the ring, without a copy out of the filter's buffer. Like libarchive's
+        // gzip filter it leaves the members' CRC-32 and length unchecked: a version-2
+        // body's digest covers every compressed byte, trailers included (see
+        // docs/behaviour.md).
+        Gzip,
+    };
+
+    // What the body that starts `bodyStart` bytes into the file open on `fd` is
+    // compressed with: nothing (plain tar, and the formats that need to seek in the
+    // file, which are read directly), one gzip layer, or other filters that libarchive
+    // implements itself. Reads with pread: the descriptor's position stays where it is.
+    enum class Compression { None, Gzip, Other };
+    static Compression Examine(int fd, qint64 bodyStart);
+    static bool IsCompressed(int fd, qint64 bodyStart) { return Examine(fd, bodyStart) != Compression::None; }
     // Whether a second core is there to run the stage on.
     static bool Worthwhile();
 
     // Starts the thread at once; false from Started() when no thread could be had.
-    explicit DecompressionStage(BodyOpener openBody, std::size_t blockSize = kDefaultBlockSize,
+    explicit DecompressionStage(BodyOpener openBody, Decoder decoder = Decoder::Filters,
+                                std::size_t blockSize = kDefaultBlockSize,
                                 std::size_t blockCount = kDefaultBlockCount);
     ~DecompressionStage();
     DecompressionStage(const DecompressionStage &) = delete;
@@ -69,7 +84,9 @@ private:
         std::size_t used = 0;
     };
 
-    void Run(const BodyOpener &openBody);
+    void Run(const BodyOpener &openBody, Decoder decoder);
+    void RunFilters(struct archive *reader);
+    void RunGzip(struct archive *reader);
     // Producer side: a block to fill, or null when the consumer has gone.
     Block *NextFree();
     void Publish();

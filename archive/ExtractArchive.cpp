@@ -161,8 +161,15 @@ void ExtractArchive::run()
     const bool checkDigest = !expectedDigest.isEmpty();
     // A compressed body is decompressed on a thread of its own where there is a core to
     // spare, ahead of the reader that writes the entries; the rest is read directly.
-    const bool staged = bodySize > 0 && !skipData && Detail::DecompressionStage::Worthwhile()
-                        && Detail::DecompressionStage::IsCompressed(file.Get(), startOffset);
+    using Detail::DecompressionStage;
+    const DecompressionStage::Compression compression =
+        bodySize > 0 && !skipData && DecompressionStage::Worthwhile()
+            ? DecompressionStage::Examine(file.Get(), startOffset)
+            : DecompressionStage::Compression::None;
+    const bool staged = compression != DecompressionStage::Compression::None;
+    const DecompressionStage::Decoder decoder = compression == DecompressionStage::Compression::Gzip
+                                                    ? DecompressionStage::Decoder::Gzip
+                                                    : DecompressionStage::Decoder::Filters;
     qCInfo(lcExtract, "extracting %s from offset %lld, body %lld bytes, digest %s, %s",
            qUtf8Printable(archivePath), static_cast<long long>(startOffset),
            static_cast<long long>(bodySize), checkDigest ? "checked" : "not stored",
@@ -193,8 +200,8 @@ void ExtractArchive::run()
     {
         std::unique_ptr<Detail::DecompressionStage> stage;
         if (staged) {
-            stage.reset(new Detail::DecompressionStage(
-                [&source](struct archive *reader) { source.Open(reader); }));
+            stage.reset(new DecompressionStage([&source](struct archive *reader) { source.Open(reader); },
+                                               decoder));
             if (!stage->Started())
                 stage.reset();
         }

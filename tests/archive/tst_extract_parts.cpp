@@ -47,18 +47,22 @@ QByteArray Compressed(const QByteArray &data, const QStringList &command)
     return output;
 }
 
-// The probe as the job makes it: on a backup-shaped file, from the body's offset.
-bool IsCompressed(const QByteArray &body)
+using Compression = DecompressionStage::Compression;
+using Decoder = DecompressionStage::Decoder;
+
+// The probe as the job makes it: on a backup-shaped file, from the body's offset. A probe
+// that moved the descriptor counts as having found nothing.
+Compression Examine(const QByteArray &body)
 {
     QTemporaryDir dir;
     const QString path = WriteBackup(dir.filePath(QStringLiteral("backup")), body, 188);
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
-        return false;
-    const bool compressed = DecompressionStage::IsCompressed(fd, 188);
+        return Compression::None;
+    const Compression compression = DecompressionStage::Examine(fd, 188);
     const bool positionKept = ::lseek(fd, 0, SEEK_CUR) == 0;
     ::close(fd);
-    return compressed && positionKept;
+    return positionKept ? compression : Compression::None;
 }
 
 using Archive::Detail::Reader;
@@ -71,13 +75,16 @@ struct Drained
     QByteArray error;
 };
 
-Drained DrainThroughStage(const QByteArray &body, std::size_t blockSize, std::size_t blockCount)
+// The body comes in pieces of `pieceSize` bytes, as from a file read in blocks.
+Drained DrainThroughStage(const QByteArray &body, Decoder decoder, std::size_t blockSize,
+                          std::size_t blockCount, std::size_t pieceSize = 10240)
 {
     DecompressionStage stage(
-        [&body](struct archive *reader) {
-            archive_read_open_memory(reader, body.constData(), static_cast<std::size_t>(body.size()));
+        [&body, pieceSize](struct archive *reader) {
+            archive_read_open_memory2(reader, body.constData(), static_cast<std::size_t>(body.size()),
+                                      pieceSize);
         },
-        blockSize, blockCount);
+        decoder, blockSize, blockCount);
     Drained drained;
     Reader reader(archive_read_new());
     archive_read_support_format_raw(reader.get());
@@ -142,30 +149,57 @@ class TestExtractParts : public QObject
 private slots:
     void stageDeliversEveryByte_data()
     {
-        QTest::addColumn<QStringList>("compressor");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QByteArray>("payload");
+        QTest::addColumn<int>("decoder");
         QTest::addColumn<int>("blockSize");
         QTest::addColumn<int>("blockCount");
+        QTest::addColumn<int>("pieceSize");
+        const QByteArray payload = RandomBytes(300 * 1024, 3) + QByteArray(700 * 1024, 'z')
+                                   + RandomBytes(12345, 4);
+        const int filters = int(Decoder::Filters);
+        const int gzip = int(Decoder::Gzip);
         const QList<QStringList> compressors {{"gzip", "-c"}, {"bzip2", "-c"}, {"xz", "-c"},
                                               {"zstd", "-q", "-c"}, {"lz4", "-q", "-c"}};
         for (const QStringList &compressor : compressors) {
             const QByteArray name = compressor.first().toUtf8();
-            QTest::newRow(name + ", default ring") << compressor << 64 * 1024 << 8;
+            const QByteArray body = Compressed(payload, compressor);
+            QTest::newRow(name + ", default ring") << body << payload << filters << 64 * 1024 << 8 << 10240;
             // Odd block sizes straddle the library's own pieces; two blocks make the
             // producer wait for the reader all the time.
-            QTest::newRow(name + ", tiny ring") << compressor << 1000 << 2;
+            QTest::newRow(name + ", tiny ring") << body << payload << filters << 1000 << 2 << 10240;
+        }
+        const QByteArray gz = Compressed(payload, {"gzip", "-c"});
+        QTest::newRow("gzip by zlib, default ring") << gz << payload << gzip << 64 * 1024 << 8 << 10240;
+        QTest::newRow("gzip by zlib, tiny ring") << gz << payload << gzip << 1000 << 2 << 10240;
+        // The header, each deflate block and the trailer arrive split anywhere.
+        QTest::newRow("gzip by zlib, body in 7-byte pieces") << gz << payload << gzip << 4096 << 3 << 7;
+        // Members one after the other make one stream (gzip itself writes them so when
+        // appending); zeros after the last member are a writer's padding.
+        const QByteArray more = RandomBytes(5000, 6);
+        const QByteArray members = gz + Compressed(more, {"gzip", "-c"}) + Compressed(QByteArray(), {"gzip", "-c"});
+        const QByteArray padded = gz + QByteArray(10240 - gz.size() % 10240, '\0');
+        for (const int decoder : {filters, gzip}) {
+            const QByteArray name = decoder == gzip ? "by zlib" : "by the library";
+            QTest::newRow("three gzip members, " + name) << members << payload + more << decoder << 4096 << 3 << 10240;
+            QTest::newRow("gzip padded with zeros, " + name) << padded << payload << decoder << 4096 << 3 << 10240;
+            QTest::newRow("gzip padded, member ends at a piece's end, " + name)
+                << padded << payload << decoder << 4096 << 3 << int(gz.size());
         }
     }
     void stageDeliversEveryByte()
     {
-        QFETCH(QStringList, compressor);
+        QFETCH(QByteArray, body);
+        QFETCH(QByteArray, payload);
+        QFETCH(int, decoder);
         QFETCH(int, blockSize);
         QFETCH(int, blockCount);
-        const QByteArray payload = RandomBytes(300 * 1024, 3) + QByteArray(700 * 1024, 'z')
-                                   + RandomBytes(12345, 4);
-        const QByteArray body = Compressed(payload, compressor);
+        QFETCH(int, pieceSize);
         QVERIFY(!body.isEmpty());
-        QVERIFY(IsCompressed(body));
-        const Drained drained = DrainThroughStage(body, blockSize, blockCount);
+        QVERIFY(Examine(body) != Compression::None);
+        const Drained drained = DrainThroughStage(body, Decoder(decoder), std::size_t(blockSize),
+                                                  std::size_t(blockCount), std::size_t(pieceSize));
+        QCOMPARE(drained.error, QByteArray());
         QCOMPARE(drained.status, ARCHIVE_EOF);
         QVERIFY(drained.data == payload);
     }
@@ -175,29 +209,50 @@ private slots:
     void stageFailsOnDamagedBody_data()
     {
         QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("decoder");
         const QByteArray payload = RandomBytes(200 * 1024, 5);
         const QByteArray gz = Compressed(payload, {"gzip", "-c"});
         const QByteArray xz = Compressed(payload, {"xz", "-c"});
         const QByteArray bz2 = Compressed(payload, {"bzip2", "-c"});
-        // The gzip filter does not check the trailer's CRC; a flipped byte is the tar
-        // reader's or the digest's to find, so only cut-off streams are the stage's.
-        QTest::newRow("gzip cut in the middle") << gz.left(gz.size() / 2);
-        QTest::newRow("xz cut in the middle") << xz.left(xz.size() / 2);
-        QTest::newRow("xz without its last bytes") << xz.left(xz.size() - 4);
-        QTest::newRow("bzip2 cut in the middle") << bz2.left(bz2.size() / 2);
+        // The first deflate block's type bits (after the 10-byte header of a member
+        // without a name) set to the reserved type: a damage every inflater must see.
+        QByteArray badBlock = Compressed(payload, {"gzip", "-c", "-n"});
+        badBlock[10] = char(badBlock.at(10) | 0x06);
+        // Neither gzip decoder checks the trailer's CRC; a flipped byte in the data is the
+        // tar reader's or the digest's to find.
+        for (const int decoder : {int(Decoder::Filters), int(Decoder::Gzip)}) {
+            const QByteArray name = decoder == int(Decoder::Gzip) ? ", by zlib" : ", by the library";
+            QTest::newRow("gzip cut in the middle" + name) << gz.left(gz.size() / 2) << decoder;
+            QTest::newRow("gzip with a reserved block type" + name) << badBlock << decoder;
+            QTest::newRow("second gzip member cut" + name) << gz + gz.left(gz.size() / 2) << decoder;
+        }
+        // The library's filter takes a member cut in its trailer for the end of the stream.
+        QTest::newRow("gzip cut in its trailer, by zlib") << gz.left(gz.size() - 3) << int(Decoder::Gzip);
+        const int filters = int(Decoder::Filters);
+        QTest::newRow("xz cut in the middle") << xz.left(xz.size() / 2) << filters;
+        QTest::newRow("xz without its last bytes") << xz.left(xz.size() - 4) << filters;
+        QTest::newRow("bzip2 cut in the middle") << bz2.left(bz2.size() / 2) << filters;
     }
     void stageFailsOnDamagedBody()
     {
         QFETCH(QByteArray, body);
-        const Drained drained = DrainThroughStage(body, 4096, 3);
+        QFETCH(int, decoder);
+        const Drained drained = DrainThroughStage(body, Decoder(decoder), 4096, 3);
         QCOMPARE(drained.status, ARCHIVE_FATAL);
-        QVERIFY2(!drained.error.isEmpty(), "the library's error text is handed on");
+        QVERIFY2(!drained.error.isEmpty(), "the decompressor's error text is handed on");
     }
 
     // The parsing side may stop at any time (end of archive, cancel): the stage must then
     // let go of the body and end without waiting for a reader that is gone.
+    void stageStopsWhenReaderLeaves_data()
+    {
+        QTest::addColumn<int>("decoder");
+        QTest::newRow("by the library") << int(Decoder::Filters);
+        QTest::newRow("by zlib") << int(Decoder::Gzip);
+    }
     void stageStopsWhenReaderLeaves()
     {
+        QFETCH(int, decoder);
         const QByteArray body = Compressed(QByteArray(8 * 1024 * 1024, 'x'), {"gzip", "-c"});
         int opened = 0;
         {
@@ -206,7 +261,7 @@ private slots:
                     ++opened;
                     archive_read_open_memory(reader, body.constData(), static_cast<std::size_t>(body.size()));
                 },
-                4096, 2);
+                Decoder(decoder), 4096, 2);
             QVERIFY(stage.Started());
             Reader reader(archive_read_new());
             archive_read_support_format_raw(reader.get());
@@ -225,23 +280,28 @@ private slots:
     void stageTakesOnlyCompressedBodies_data()
     {
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("compressed");
+        QTest::addColumn<int>("compression");
         const QByteArray tar = ArchiveOf({{"a.txt", "field\n"}});
-        QTest::newRow("tar") << tar << false;
-        QTest::newRow("zip") << ArchiveOf({{"a.txt", "field\n"}}, {"--format", "zip"}) << false;
-        QTest::newRow("7-Zip") << ArchiveOf({{"a.txt", "field\n"}}, {"--format", "7zip"}) << false;
-        QTest::newRow("empty") << QByteArray() << false;
-        QTest::newRow("random bytes") << RandomBytes(4096, 9) << false;
-        QTest::newRow("tar.gz") << ArchiveOf({{"a.txt", "field\n"}}, {"-z"}) << true;
-        QTest::newRow("tar.bz2") << ArchiveOf({{"a.txt", "field\n"}}, {"-j"}) << true;
-        QTest::newRow("tar.xz") << ArchiveOf({{"a.txt", "field\n"}}, {"-J"}) << true;
-        QTest::newRow("tar.zst") << ArchiveOf({{"a.txt", "field\n"}}, {"--zstd"}) << true;
+        const int none = int(Compression::None);
+        const int gzip = int(Compression::Gzip);
+        const int other = int(Compression::Other);
+        QTest::newRow("tar") << tar << none;
+        QTest::newRow("zip") << ArchiveOf({{"a.txt", "field\n"}}, {"--format", "zip"}) << none;
+        QTest::newRow("7-Zip") << ArchiveOf({{"a.txt", "field\n"}}, {"--format", "7zip"}) << none;
+        QTest::newRow("empty") << QByteArray() << none;
+        QTest::newRow("random bytes") << RandomBytes(4096, 9) << none;
+        QTest::newRow("tar.gz") << ArchiveOf({{"a.txt", "field\n"}}, {"-z"}) << gzip;
+        // zlib takes one layer off; two are the library's.
+        QTest::newRow("tar.gz.gz") << Compressed(ArchiveOf({{"a.txt", "field\n"}}, {"-z"}), {"gzip", "-c"}) << other;
+        QTest::newRow("tar.bz2") << ArchiveOf({{"a.txt", "field\n"}}, {"-j"}) << other;
+        QTest::newRow("tar.xz") << ArchiveOf({{"a.txt", "field\n"}}, {"-J"}) << other;
+        QTest::newRow("tar.zst") << ArchiveOf({{"a.txt", "field\n"}}, {"--zstd"}) << other;
     }
     void stageTakesOnlyCompressedBodies()
     {
         QFETCH(QByteArray, body);
-        QFETCH(bool, compressed);
-        QCOMPARE(IsCompressed(body), compressed);
+        QFETCH(int, compression);
+        QCOMPARE(int(Examine(body)), compression);
     }
 
     // Every body byte reaches the digest once and in order, whether the reader streams
