@@ -20,7 +20,7 @@ constexpr std::size_t kDigestReadSize = 32 * 1024;
 
 } // namespace
 
-BodySource::BodySource(int fd, bool digest, std::size_t blockSize)
+BodySource::BodySource(int fd, bool digest, std::size_t blockSize, bool digestHelped)
     : fd(fd)
     , blockSize(std::max<std::size_t>(blockSize, 1))
     , block(new unsigned char[std::max<std::size_t>(blockSize, 1)])
@@ -31,7 +31,7 @@ BodySource::BodySource(int fd, bool digest, std::size_t blockSize)
     sizeAtStart = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
     MovedTo(bodyStart);
     if (digest)
-        pipeline.reset(new DigestPipeline);
+        pipeline.reset(new DigestPipeline(!digestHelped));
 }
 
 BodySource::~BodySource() = default;
@@ -43,6 +43,11 @@ void BodySource::Open(struct archive *reader)
     archive_read_set_skip_callback(reader, &BodySource::SkipCallback);
     archive_read_set_seek_callback(reader, &BodySource::SeekCallback);
     archive_read_open1(reader);
+}
+
+bool BodySource::HelpDigest()
+{
+    return pipeline && pipeline->HelpOnce();
 }
 
 bool BodySource::StreamIntact() const

@@ -35,8 +35,9 @@ public:
     static constexpr std::size_t kDirectBlockSize = 64 * 1024;
     static constexpr std::size_t kStreamingBlockSize = 128 * 1024;
 
-    // `fd` stands at the body's start.
-    BodySource(int fd, bool digest, std::size_t blockSize = kDirectBlockSize);
+    // `fd` stands at the body's start. With `digestHelped`, the digest has no thread of
+    // its own: another thread calls HelpDigest while it waits.
+    BodySource(int fd, bool digest, std::size_t blockSize = kDirectBlockSize, bool digestHelped = false);
     ~BodySource();
     BodySource(const BodySource &) = delete;
     BodySource &operator=(const BodySource &) = delete;
@@ -50,6 +51,10 @@ public:
 
     // How far into the file the descriptor stands, header included; safe from any thread.
     qint64 Position() const { return position.load(std::memory_order_relaxed); }
+
+    // Digests a piece of the body read so far, if one waits and no other thread is at
+    // it; true when it did. Safe from any thread while the body is being read.
+    bool HelpDigest();
 
     // True while the reader has consumed the body strictly in order from its start.
     bool StreamIntact() const;

@@ -318,7 +318,17 @@ la_ssize_t DecompressionStage::Read(struct archive *reader, const void **buffer)
         holding = false;
         changed.notify_all();
     }
-    changed.wait(lock, [this] { return consumed < produced || ended; });
+    while (consumed == produced && !ended) {
+        if (idleWork) {
+            lock.unlock();
+            const bool worked = idleWork();
+            lock.lock();
+            // A block may have come, or the end, while the lock was free.
+            if (worked || consumed != produced || ended)
+                continue;
+        }
+        changed.wait(lock);
+    }
     if (consumed < produced) {
         const Block &block = blocks[consumed % blocks.size()];
         ++consumed;

@@ -32,7 +32,7 @@ public:
     // Gives a fresh reader its body: sets the callbacks and opens it.
     using BodyOpener = std::function<void(struct archive *reader)>;
 
-    static constexpr std::size_t kDefaultBlockSize = 256 * 1024;
+    static constexpr std::size_t kDefaultBlockSize = 1024 * 1024;
     static constexpr std::size_t kDefaultBlockCount = 4;
 
     // How the stage takes the compression off.
@@ -66,6 +66,11 @@ public:
     DecompressionStage &operator=(const DecompressionStage &) = delete;
 
     bool Started() const;
+
+    // Work the reading side may do while it waits for the next block, such as digesting
+    // the body (true when it did some, so that it looks for data again before waiting).
+    // Set before OpenReader; called on the reading side's thread only.
+    void SetIdleWork(std::function<bool()> work) { idleWork = std::move(work); }
 
     // Opens `reader` over the decompressed stream; a failure of the decompression (a
     // damaged or cut-off body) reaches it as a fatal read error with the library's text.
@@ -107,6 +112,8 @@ private:
     bool abandoned = false;    // the reader side has stopped
     int errorNumber = 0;
     QByteArray errorText;
+
+    std::function<bool()> idleWork;
 
     std::thread worker;
 };

@@ -7,13 +7,16 @@
 namespace Archive {
 namespace Detail {
 
-DigestPipeline::DigestPipeline()
+DigestPipeline::DigestPipeline(bool ownThread)
 {
     MD5Init(context);
     for (Chunk &chunk : chunks)
         chunk.data.reset(new unsigned char[kChunkSize]);
     filling = &chunks[0];
-    if (std::thread::hardware_concurrency() > 1) {
+    if (std::thread::hardware_concurrency() <= 1)
+        return;
+    queued = !ownThread;
+    if (ownThread) {
         try {
             worker = std::thread(&DigestPipeline::Work, this);
         } catch (...) {
@@ -44,12 +47,21 @@ void DigestPipeline::Finish(unsigned char digest[16])
     if (filling->used > 0)
         HandOver();
     StopWorker();
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        while (digested < handedOver) {
+            if (busy)
+                changed.wait(lock);
+            else
+                DigestNext(lock);
+        }
+    }
     MD5Final(context, digest);
 }
 
 void DigestPipeline::HandOver()
 {
-    if (!worker.joinable()) {
+    if (!worker.joinable() && !queued) {
         MD5Update(context, filling->data.get(), filling->used);
         filling->used = 0;
         return;
@@ -57,10 +69,37 @@ void DigestPipeline::HandOver()
     std::unique_lock<std::mutex> lock(mutex);
     ++handedOver;
     changed.notify_all();
-    // The next chunk is free once the digest has finished the one a ring ago.
-    changed.wait(lock, [this] { return handedOver - digested < kChunkCount; });
+    // The next chunk is free once the digest has finished the one a ring ago. Rather
+    // than wait for the digest to catch up, take a turn at it.
+    while (handedOver - digested >= kChunkCount) {
+        if (busy)
+            changed.wait(lock);
+        else
+            DigestNext(lock);
+    }
     filling = &chunks[handedOver % kChunkCount];
     filling->used = 0;
+}
+
+bool DigestPipeline::HelpOnce()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    if (busy || digested == handedOver)
+        return false;
+    DigestNext(lock);
+    return true;
+}
+
+void DigestPipeline::DigestNext(std::unique_lock<std::mutex> &lock)
+{
+    busy = true;
+    const Chunk &chunk = chunks[digested % kChunkCount];
+    lock.unlock();
+    MD5Update(context, chunk.data.get(), chunk.used);
+    lock.lock();
+    busy = false;
+    ++digested;
+    changed.notify_all();
 }
 
 void DigestPipeline::Work()
@@ -73,15 +112,11 @@ void DigestPipeline::Work()
     setpriority(PRIO_PROCESS, static_cast<id_t>(::syscall(SYS_gettid)), 10);
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
-        changed.wait(lock, [this] { return digested < handedOver || stopping; });
+        changed.wait(lock, [this] { return !busy && (digested < handedOver || stopping); });
+        // Stopping: everything handed over is digested before the thread ends.
         if (digested == handedOver)
             return;
-        const Chunk &chunk = chunks[digested % kChunkCount];
-        lock.unlock();
-        MD5Update(context, chunk.data.get(), chunk.used);
-        lock.lock();
-        ++digested;
-        changed.notify_all();
+        DigestNext(lock);
     }
 }
 

@@ -184,9 +184,12 @@ void ExtractArchive::run()
 
     // Before the readers exist: libarchive settles a handle's character set on first use.
     const Detail::Utf8CharacterTypeForThisThread utf8Names;
+    // Decompressing on a thread of its own, the body is digested by this thread while it
+    // waits for data (see docs/behaviour.md).
     Detail::BodySource source(file.Get(), checkDigest,
                               staged ? Detail::BodySource::kStreamingBlockSize
-                                     : Detail::BodySource::kDirectBlockSize);
+                                     : Detail::BodySource::kDirectBlockSize,
+                              staged);
     body = &source;
 
     int status = ARCHIVE_OK;
@@ -204,6 +207,8 @@ void ExtractArchive::run()
                                                decoder));
             if (!stage->Started())
                 stage.reset();
+            else if (checkDigest)
+                stage->SetIdleWork([&source] { return source.HelpDigest(); });
         }
         Reader reader(archive_read_new());
         archive_read_support_format_all(reader.get());

@@ -18,6 +18,8 @@
 #include <cstring>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <langinfo.h>
@@ -412,27 +414,54 @@ private slots:
     }
 
     // Pieces of every size, across chunk boundaries and many times round the ring.
+    // Whoever digests a chunk (the pipeline's thread, a helper that would otherwise wait,
+    // the producer when the ring is full, Finish at the end), every byte counts once and
+    // in order.
     void digestPipelineMatchesWholeDigest_data()
     {
         QTest::addColumn<QList<int>>("pieces");
+        QTest::addColumn<bool>("ownThread");
+        QTest::addColumn<bool>("helper");
         const int chunk = static_cast<int>(DigestPipeline::kChunkSize);
-        QTest::newRow("nothing") << QList<int> {};
-        QTest::newRow("one byte") << QList<int> {1};
-        QTest::newRow("exact chunks") << QList<int> {chunk, chunk, chunk, chunk, chunk, chunk};
-        QTest::newRow("odd pieces") << QList<int> {4096, 1, chunk - 4097, chunk, 32768, 7, chunk - 1, 100000};
         QList<int> many;
         for (int i = 0; i < 400; ++i)
             many << 1 + (i * 7919) % 40000;
-        QTest::newRow("many small pieces") << many;
+        QList<int> rings;
+        for (std::size_t i = 0; i < 3 * DigestPipeline::kChunkCount; ++i)
+            rings << chunk;
+        const QList<QPair<QByteArray, QList<int>>> layouts {
+            {"nothing", {}},
+            {"one byte", {1}},
+            {"exact chunks", {chunk, chunk, chunk, chunk, chunk, chunk}},
+            {"odd pieces", {4096, 1, chunk - 4097, chunk, 32768, 7, chunk - 1, 100000}},
+            {"many small pieces", many},
+            // Several rings' worth: the producer catches up on its own when unhelped.
+            {"three rings", rings}};
+        for (const auto &layout : layouts) {
+            QTest::newRow(layout.first + ", own thread") << layout.second << true << false;
+            QTest::newRow(layout.first + ", own thread and a helper") << layout.second << true << true;
+            QTest::newRow(layout.first + ", a helper") << layout.second << false << true;
+            QTest::newRow(layout.first + ", no one helping") << layout.second << false << false;
+        }
     }
     void digestPipelineMatchesWholeDigest()
     {
         QFETCH(QList<int>, pieces);
+        QFETCH(bool, ownThread);
+        QFETCH(bool, helper);
         int total = 0;
         for (int piece : pieces)
             total += piece;
         const QByteArray data = RandomBytes(total, 11);
-        DigestPipeline pipeline;
+        DigestPipeline pipeline(ownThread);
+        std::atomic<bool> producing {true};
+        std::atomic<int> helped {0};
+        std::thread helping;
+        if (helper)
+            helping = std::thread([&] {
+                while (producing.load())
+                    helped += pipeline.HelpOnce() ? 1 : 0;
+            });
         int at = 0;
         for (int piece : pieces) {
             unsigned char *target = pipeline.Reserve(static_cast<std::size_t>(piece));
@@ -440,9 +469,48 @@ private slots:
             pipeline.Commit(static_cast<std::size_t>(piece));
             at += piece;
         }
+        producing = false;
+        if (helping.joinable())
+            helping.join();
         unsigned char digest[16];
         pipeline.Finish(digest);
         QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(data));
+        if (helper && !ownThread && total >= 2 * int(DigestPipeline::kChunkSize * DigestPipeline::kChunkCount))
+            QVERIFY2(helped.load() > 0, "a helper gets chunks to digest");
+    }
+
+    // The reading side's idle work may take a while; a block or the end that comes
+    // meanwhile must still be seen, not waited for.
+    void stageSeesTheEndThatCameDuringIdleWork()
+    {
+        const QByteArray payload = RandomBytes(3000, 12);
+        const QByteArray body = Compressed(payload, {"gzip", "-c"});
+        DecompressionStage stage(
+            [&body](struct archive *reader) {
+                archive_read_open_memory(reader, body.constData(), static_cast<std::size_t>(body.size()));
+            },
+            Decoder::Gzip);
+        int idleCalls = 0;
+        stage.SetIdleWork([&idleCalls] {
+            ++idleCalls;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            return false;
+        });
+        Reader reader(archive_read_new());
+        archive_read_support_format_raw(reader.get());
+        stage.OpenReader(reader.get());
+        struct archive_entry *entry = nullptr;
+        QCOMPARE(archive_read_next_header(reader.get(), &entry), ARCHIVE_OK);
+        QByteArray data;
+        const void *block = nullptr;
+        std::size_t size = 0;
+        la_int64_t offset = 0;
+        int status;
+        while ((status = archive_read_data_block(reader.get(), &block, &size, &offset)) == ARCHIVE_OK)
+            data.append(static_cast<const char *>(block), static_cast<int>(size));
+        QCOMPARE(status, ARCHIVE_EOF);
+        QVERIFY(data == payload);
+        QVERIFY(idleCalls > 0);
     }
 
     // The thread that holds the guard reads UTF-8; the process and other threads keep the
