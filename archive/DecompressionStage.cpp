@@ -146,29 +146,40 @@ void DecompressionStage::Run(const BodyOpener &openBody, Decoder decoder)
         RunGzip(reader.get());
 }
 
+DecompressionStage::Piece DecompressionStage::NextPiece(struct archive *reader, const void **data,
+                                                        std::size_t *size)
+{
+    la_int64_t offset = 0;
+    const int status = archive_read_data_block(reader, data, size, &offset);
+    if (status == ARCHIVE_EOF)
+        return Piece::End;
+    if (status != ARCHIVE_OK) {
+        Finish(archive_errno(reader), archive_error_string(reader));
+        return Piece::Failed;
+    }
+    return Piece::Got;
+}
+
 void DecompressionStage::RunFilters(struct archive *reader)
 {
     Block *filling = NextFree();
     while (filling) {
         const void *data = nullptr;
         std::size_t size = 0;
-        la_int64_t offset = 0;
-        const int status = archive_read_data_block(reader, &data, &size, &offset);
-        if (status == ARCHIVE_EOF)
+        const Piece piece = NextPiece(reader, &data, &size);
+        if (piece == Piece::End)
             break;
-        if (status != ARCHIVE_OK) {
-            Finish(archive_errno(reader), archive_error_string(reader));
+        if (piece == Piece::Failed)
             return;
-        }
         // Copy into fixed blocks: the library reuses its buffer at the next call, and
         // this thread is to be decompressing the next piece while the reader parses.
         const auto *from = static_cast<const unsigned char *>(data);
         while (size > 0 && filling) {
-            const std::size_t piece = std::min(size, blockSize - filling->used);
-            std::memcpy(filling->data.get() + filling->used, from, piece);
-            filling->used += piece;
-            from += piece;
-            size -= piece;
+            const std::size_t part = std::min(size, blockSize - filling->used);
+            std::memcpy(filling->data.get() + filling->used, from, part);
+            filling->used += part;
+            from += part;
+            size -= part;
             if (filling->used == blockSize) {
                 Publish();
                 filling = NextFree();
@@ -208,14 +219,11 @@ void DecompressionStage::RunGzip(struct archive *reader)
         if (stream.avail_in == 0) {
             const void *data = nullptr;
             std::size_t size = 0;
-            la_int64_t offset = 0;
-            const int status = archive_read_data_block(reader, &data, &size, &offset);
-            if (status == ARCHIVE_EOF)
+            const Piece piece = NextPiece(reader, &data, &size);
+            if (piece == Piece::End)
                 break;
-            if (status != ARCHIVE_OK) {
-                Finish(archive_errno(reader), archive_error_string(reader));
+            if (piece == Piece::Failed)
                 return;
-            }
             // The body source reads at most a few hundred KiB at a time: no overflow.
             stream.next_in = static_cast<Bytef *>(const_cast<void *>(data));
             stream.avail_in = static_cast<uInt>(size);

@@ -90,6 +90,10 @@ private:
     };
 
     void Run(const BodyOpener &openBody, Decoder decoder);
+    // The raw reader's next piece of the body; a failure is passed on to the reading
+    // side before Failed is returned.
+    enum class Piece { Got, End, Failed };
+    Piece NextPiece(struct archive *reader, const void **data, std::size_t *size);
     void RunFilters(struct archive *reader);
     void RunGzip(struct archive *reader);
     // Producer side: a block to fill, or null when the consumer has gone.

@@ -49,12 +49,7 @@ void DigestPipeline::Finish(unsigned char digest[16])
     StopWorker();
     {
         std::unique_lock<std::mutex> lock(mutex);
-        while (digested < handedOver) {
-            if (busy)
-                changed.wait(lock);
-            else
-                DigestNext(lock);
-        }
+        CatchUp(lock, 0);
     }
     MD5Final(context, digest);
 }
@@ -71,14 +66,19 @@ void DigestPipeline::HandOver()
     changed.notify_all();
     // The next chunk is free once the digest has finished the one a ring ago. Rather
     // than wait for the digest to catch up, take a turn at it.
-    while (handedOver - digested >= kChunkCount) {
+    CatchUp(lock, kChunkCount - 1);
+    filling = &chunks[handedOver % kChunkCount];
+    filling->used = 0;
+}
+
+void DigestPipeline::CatchUp(std::unique_lock<std::mutex> &lock, std::size_t behind)
+{
+    while (handedOver - digested > behind) {
         if (busy)
             changed.wait(lock);
         else
             DigestNext(lock);
     }
-    filling = &chunks[handedOver % kChunkCount];
-    filling->used = 0;
 }
 
 bool DigestPipeline::HelpOnce()

@@ -60,6 +60,9 @@ private:
     // With the lock held, no one else digesting and a chunk waiting: digests it, the lock
     // released meanwhile.
     void DigestNext(std::unique_lock<std::mutex> &lock);
+    // With the lock held: digests (or waits for whoever is digesting) until at most
+    // `behind` chunks handed over are left undigested.
+    void CatchUp(std::unique_lock<std::mutex> &lock, std::size_t behind);
     void Work();
     void StopWorker();
 
