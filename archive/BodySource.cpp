@@ -1,7 +1,7 @@
 #include "BodySource.h"
 
 #include "DigestPipeline.h"
-#include "Handles.h"
+#include "SystemFiles.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -85,7 +85,7 @@ BodySource::DigestOutcome BodySource::DigestSeparately(unsigned char digest[16],
     off_t from = bodyStart;
     const MD5Outcome outcome = MD5UpdateToEnd(
         context, {[&](unsigned char *buffer, std::size_t size) -> std::int64_t {
-                      const ssize_t count = RetryInterrupted([&] { return ::pread(fd, buffer, size, from); });
+                      const ssize_t count = QtTools::RetryInterrupted([&] { return ::pread(fd, buffer, size, from); });
                       from += std::max<ssize_t>(count, 0);
                       return count;
                   },
@@ -120,7 +120,13 @@ la_int64_t BodySource::SeekCallback(struct archive *reader, void *self, la_int64
 
 ssize_t BodySource::ReadFully(unsigned char *target, std::size_t size)
 {
-    ssize_t count = RetryInterrupted([&] { return ::read(fd, target, size); });
+    // A medium that failed once is not read again: whatever it delivers afterwards (a
+    // stick put back, a file grown again) is not the body that was being read.
+    if (readError != 0) {
+        errno = readError;
+        return -1;
+    }
+    ssize_t count = QtTools::RetryInterrupted([&] { return ::read(fd, target, size); });
     // A file that ends before the size it had when the run began has not ended: the
     // storage holding it has stopped delivering (a stick pulled out, a failing medium).
     // Taken for the end, a plain tar would pass for complete at the next entry boundary.
@@ -168,7 +174,7 @@ la_ssize_t BodySource::Read(struct archive *reader, const void **buffer)
     return count;
 }
 
-la_int64_t BodySource::Skip(struct archive *reader, la_int64_t request)
+la_int64_t BodySource::Skip(struct archive *, la_int64_t request)
 {
     if (request <= 0)
         return 0;
@@ -191,20 +197,18 @@ la_int64_t BodySource::Skip(struct archive *reader, la_int64_t request)
         MovedTo(after);
         return skipped;
     }
-    // The digest must see every byte, so skipping means reading.
+    // The digest must see every byte, so skipping means reading. A skip callback gives
+    // back the bytes skipped, never an error code: libarchive adds what it returns to its
+    // count and asks again for the rest, so a negative answer would have it ask for ever.
+    // A read that fails here ends the skip short; the read libarchive then makes on its
+    // own fails at once with the same error (ReadFully), and the restore ends.
     la_int64_t skipped = 0;
     while (skipped < request) {
         const std::size_t size = static_cast<std::size_t>(
             std::min<la_int64_t>(request - skipped, static_cast<la_int64_t>(kDigestReadSize)));
         unsigned char *target = pipeline->Reserve(size);
         const ssize_t count = ReadFully(target, size);
-        if (count < 0) {
-            if (skipped > 0)
-                break;
-            archive_set_error(reader, errno, "Cannot read the archive: %s", std::strerror(errno));
-            return ARCHIVE_FATAL;
-        }
-        if (count == 0)
+        if (count <= 0)
             break;
         pipeline->Commit(static_cast<std::size_t>(count));
         skipped += count;

@@ -1,6 +1,7 @@
 #include "DecompressionStage.h"
 
 #include "Handles.h"
+#include "SystemFiles.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -10,8 +11,6 @@
 #include <cstring>
 
 #include <unistd.h>
-
-#include <zlib.h>
 
 namespace Archive {
 namespace Detail {
@@ -38,7 +37,7 @@ void SupportBuiltInFilters(struct archive *reader)
 
 } // namespace
 
-DecompressionStage::Compression DecompressionStage::Examine(int fd, qint64 bodyStart)
+bool DecompressionStage::IsCompressed(int fd, qint64 bodyStart)
 {
     // The filter reads ahead to its first block of output as it opens, so the probe needs
     // the body itself, not just its first bytes; it costs a few hundred KiB read twice.
@@ -51,7 +50,7 @@ DecompressionStage::Compression DecompressionStage::Examine(int fd, qint64 bodyS
         static la_ssize_t Read(struct archive *, void *self, const void **buffer)
         {
             auto *probe = static_cast<Probe *>(self);
-            const ssize_t count = RetryInterrupted(
+            const ssize_t count = QtTools::RetryInterrupted(
                 [probe] { return ::pread(probe->fd, probe->buffer, sizeof probe->buffer, probe->at); });
             if (count < 0)
                 return ARCHIVE_FATAL;
@@ -63,17 +62,13 @@ DecompressionStage::Compression DecompressionStage::Examine(int fd, qint64 bodyS
     const std::unique_ptr<Probe> probe(new Probe {fd, static_cast<off_t>(bodyStart), {}});
     Reader reader(archive_read_new());
     if (!reader)
-        return Compression::None;
+        return false;
     SupportBuiltInFilters(reader.get());
     archive_read_support_format_raw(reader.get());
     if (archive_read_open(reader.get(), probe.get(), nullptr, &Probe::Read, nullptr) != ARCHIVE_OK)
-        return Compression::None;
+        return false;
     // "none" is always the last filter of an open reader.
-    const int filters = archive_filter_count(reader.get());
-    if (filters <= 1)
-        return Compression::None;
-    return filters == 2 && archive_filter_code(reader.get(), 0) == ARCHIVE_FILTER_GZIP ? Compression::Gzip
-                                                                                      : Compression::Other;
+    return archive_filter_count(reader.get()) > 1;
 }
 
 bool DecompressionStage::Worthwhile()
@@ -81,15 +76,14 @@ bool DecompressionStage::Worthwhile()
     return std::thread::hardware_concurrency() > 1;
 }
 
-DecompressionStage::DecompressionStage(BodyOpener openBody, Decoder decoder, std::size_t blockSize,
-                                       std::size_t blockCount)
+DecompressionStage::DecompressionStage(BodyOpener openBody, std::size_t blockSize, std::size_t blockCount)
     : blockSize(blockSize)
     , blocks(std::max<std::size_t>(blockCount, 2))
 {
     for (Block &block : blocks)
         block.data.reset(new unsigned char[blockSize]);
     try {
-        worker = std::thread(&DecompressionStage::Run, this, std::move(openBody), decoder);
+        worker = std::thread(&DecompressionStage::Run, this, std::move(openBody));
     } catch (...) {
         // No thread to be had: Started() says so and the caller reads directly.
     }
@@ -116,61 +110,52 @@ void DecompressionStage::Stop()
         worker.join();
 }
 
+bool DecompressionStage::Failed() const
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    return failed;
+}
+
 QByteArray DecompressionStage::ErrorText() const
 {
     std::lock_guard<std::mutex> lock(mutex);
     return errorText;
 }
 
-void DecompressionStage::Run(const BodyOpener &openBody, Decoder decoder)
+void DecompressionStage::Run(const BodyOpener &openBody)
 {
     Reader reader(archive_read_new());
     if (!reader) {
-        Finish(ENOMEM, "Cannot allocate the decompressing reader");
+        Finish(true, ENOMEM, "Cannot allocate the decompressing reader");
         return;
     }
-    // For zlib the reader only delivers the compressed bytes as they were read.
-    if (decoder == Decoder::Filters)
-        archive_read_support_filter_all(reader.get());
+    archive_read_support_filter_all(reader.get());
     archive_read_support_format_raw(reader.get());
     openBody(reader.get());
 
     struct archive_entry *entry = nullptr;
     if (archive_read_next_header(reader.get(), &entry) != ARCHIVE_OK) {
-        Finish(archive_errno(reader.get()), archive_error_string(reader.get()));
+        Finish(true, archive_errno(reader.get()), archive_error_string(reader.get()));
         return;
     }
-    if (decoder == Decoder::Filters)
-        RunFilters(reader.get());
-    else
-        RunGzip(reader.get());
+    Decompress(reader.get());
 }
 
-DecompressionStage::Piece DecompressionStage::NextPiece(struct archive *reader, const void **data,
-                                                        std::size_t *size)
-{
-    la_int64_t offset = 0;
-    const int status = archive_read_data_block(reader, data, size, &offset);
-    if (status == ARCHIVE_EOF)
-        return Piece::End;
-    if (status != ARCHIVE_OK) {
-        Finish(archive_errno(reader), archive_error_string(reader));
-        return Piece::Failed;
-    }
-    return Piece::Got;
-}
-
-void DecompressionStage::RunFilters(struct archive *reader)
+void DecompressionStage::Decompress(struct archive *reader)
 {
     Block *filling = NextFree();
     while (filling) {
         const void *data = nullptr;
         std::size_t size = 0;
-        const Piece piece = NextPiece(reader, &data, &size);
-        if (piece == Piece::End)
+        la_int64_t offset = 0;
+        const int status = archive_read_data_block(reader, &data, &size, &offset);
+        if (status == ARCHIVE_EOF)
             break;
-        if (piece == Piece::Failed)
+        // A warning is no better than a failure here: the bytes behind it are not known good.
+        if (status != ARCHIVE_OK) {
+            Finish(true, archive_errno(reader), archive_error_string(reader));
             return;
+        }
         // Copy into fixed blocks: the library reuses its buffer at the next call, and
         // this thread is to be decompressing the next piece while the reader parses.
         const auto *from = static_cast<const unsigned char *>(data);
@@ -186,84 +171,11 @@ void DecompressionStage::RunFilters(struct archive *reader)
             }
         }
     }
-    if (filling && filling->used > 0)
-        Publish();
-    Finish(0, QByteArray());
-}
-
-void DecompressionStage::RunGzip(struct archive *reader)
-{
-    struct Inflater
-    {
-        z_stream stream {};
-        bool ready = false;
-        ~Inflater()
-        {
-            if (ready)
-                inflateEnd(&stream);
-        }
-    } inflater;
-    z_stream &stream = inflater.stream;
-    // 16 added to the window bits: a gzip header and trailer around each member.
-    inflater.ready = inflateInit2(&stream, MAX_WBITS + 16) == Z_OK;
-    if (!inflater.ready) {
-        Finish(ENOMEM, "Cannot allocate the gzip decompressor");
-        return;
-    }
-    // The CRC-32 over the inflated bytes would be a fifth of the inflating's time.
-    inflateValidate(&stream, 0);
-
-    bool inMember = true; // a member has begun and not ended yet
-    Block *filling = NextFree();
-    while (filling) {
-        if (stream.avail_in == 0) {
-            const void *data = nullptr;
-            std::size_t size = 0;
-            const Piece piece = NextPiece(reader, &data, &size);
-            if (piece == Piece::End)
-                break;
-            if (piece == Piece::Failed)
-                return;
-            // The body source reads at most a few hundred KiB at a time: no overflow.
-            stream.next_in = static_cast<Bytef *>(const_cast<void *>(data));
-            stream.avail_in = static_cast<uInt>(size);
-            continue;
-        }
-        if (!inMember) {
-            // Another member may follow; whatever else comes after one is not part of the
-            // stream, as with libarchive's gzip filter (zeros a writer padded with).
-            if (stream.next_in[0] != 0x1f || (stream.avail_in > 1 && stream.next_in[1] != 0x8b))
-                break;
-            inflateReset(&stream);
-            inMember = true;
-        }
-        stream.next_out = filling->data.get() + filling->used;
-        stream.avail_out = static_cast<uInt>(blockSize - filling->used);
-        const uInt inputBefore = stream.avail_in;
-        const int result = inflate(&stream, Z_NO_FLUSH);
-        const bool progressed = stream.avail_in != inputBefore || stream.avail_out != blockSize - filling->used;
-        filling->used = blockSize - stream.avail_out;
-        if (result == Z_STREAM_END) {
-            inMember = false;
-        } else if (!(result == Z_OK || (result == Z_BUF_ERROR && progressed))) {
-            Finish(kDamagedStream, QByteArray("gzip decompression failed: ")
-                                           + (stream.msg ? stream.msg : "no progress"));
-            return;
-        }
-        if (filling->used == blockSize) {
-            Publish();
-            filling = NextFree();
-        }
-    }
     if (!filling)
         return; // the reader has gone
-    if (inMember) {
-        Finish(kDamagedStream, "truncated gzip input");
-        return;
-    }
     if (filling->used > 0)
         Publish();
-    Finish(0, QByteArray());
+    Finish(false, 0, nullptr);
 }
 
 DecompressionStage::Block *DecompressionStage::NextFree()
@@ -291,14 +203,16 @@ void DecompressionStage::Publish()
     changed.notify_all();
 }
 
-void DecompressionStage::Finish(int error, const QByteArray &text)
+void DecompressionStage::Finish(bool failure, int error, const char *text)
 {
     {
         std::lock_guard<std::mutex> lock(mutex);
         ended = true;
-        if (error != 0 || !text.isEmpty()) {
-            errorNumber = error != 0 ? error : EIO;
-            errorText = text.isEmpty() ? QByteArray("Cannot decompress the archive") : text;
+        failed = failure;
+        if (failure) {
+            errorNumber = error != 0 ? error : kDamagedStream;
+            errorText = text && *text ? QByteArray(text)
+                                      : QByteArray("Cannot decompress the archive: the stream is damaged or cut short");
         }
     }
     changed.notify_all();
@@ -344,7 +258,7 @@ la_ssize_t DecompressionStage::Read(struct archive *reader, const void **buffer)
         *buffer = block.data.get();
         return static_cast<la_ssize_t>(block.used);
     }
-    if (errorNumber != 0) {
+    if (failed) {
         archive_set_error(reader, errorNumber, "%s", errorText.constData());
         return ARCHIVE_FATAL;
     }

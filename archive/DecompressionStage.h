@@ -3,13 +3,15 @@
 //
 // Decompression on a thread of its own, ahead of the reader that parses the archive and
 // writes its entries. A first libarchive reader takes the body through its compression
-// filters only (raw format), or hands a gzip body's compressed bytes to zlib, and the
-// plain bytes go over a small bounded ring to the second reader, which the job drives as
-// usual. On a machine with more than one core the
+// filters only (raw format), and the plain bytes go over a small bounded ring to the
+// second reader, which the job drives as usual. On a machine with more than one core the
 // inflating and the writing then overlap instead of taking turns (see docs/behaviour.md).
+// libarchive's filters are the only reader of the compression formats: the outcome of a
+// body never depends on which path read it, nor on where its reads happened to end.
 //
-// The stage's thread alone touches the body source between the constructor and Stop(),
-// so the body source needs no locking of its own; after Stop() it is the caller's again.
+// The stage's thread alone reads the body source between the constructor and Stop(),
+// so the body source needs no locking of its own for its reading; after Stop() it is
+// the caller's again.
 
 #include <QByteArray>
 
@@ -35,31 +37,16 @@ public:
     static constexpr std::size_t kDefaultBlockSize = 1024 * 1024;
     static constexpr std::size_t kDefaultBlockCount = 4;
 
-    // How the stage takes the compression off.
-    enum class Decoder {
-        // libarchive's own filters, any number and kind of them.
-        Filters,
-        // A single gzip layer (members one after the other), inflated with zlib straight
-        // into the ring, without a copy out of the filter's buffer. Like libarchive's
-        // gzip filter it leaves the members' CRC-32 and length unchecked: a version-2
-        // body's digest covers every compressed byte, trailers included (see
-        // docs/behaviour.md).
-        Gzip,
-    };
-
-    // What the body that starts `bodyStart` bytes into the file open on `fd` is
-    // compressed with: nothing (plain tar, and the formats that need to seek in the
-    // file, which are read directly), one gzip layer, or other filters that libarchive
-    // implements itself. Reads with pread: the descriptor's position stays where it is.
-    enum class Compression { None, Gzip, Other };
-    static Compression Examine(int fd, qint64 bodyStart);
-    static bool IsCompressed(int fd, qint64 bodyStart) { return Examine(fd, bodyStart) != Compression::None; }
+    // Whether the body that starts `bodyStart` bytes into the file open on `fd` is
+    // compressed with filters libarchive implements itself. Plain tar and the formats
+    // that need to seek in the file are read directly. Reads with pread: the
+    // descriptor's position stays where it is.
+    static bool IsCompressed(int fd, qint64 bodyStart);
     // Whether a second core is there to run the stage on.
     static bool Worthwhile();
 
     // Starts the thread at once; false from Started() when no thread could be had.
-    explicit DecompressionStage(BodyOpener openBody, Decoder decoder = Decoder::Filters,
-                                std::size_t blockSize = kDefaultBlockSize,
+    explicit DecompressionStage(BodyOpener openBody, std::size_t blockSize = kDefaultBlockSize,
                                 std::size_t blockCount = kDefaultBlockCount);
     ~DecompressionStage();
     DecompressionStage(const DecompressionStage &) = delete;
@@ -73,13 +60,15 @@ public:
     void SetIdleWork(std::function<bool()> work) { idleWork = std::move(work); }
 
     // Opens `reader` over the decompressed stream; a failure of the decompression (a
-    // damaged or cut-off body) reaches it as a fatal read error with the library's text.
+    // damaged or cut-off body) reaches it as a fatal read error with the library's text,
+    // or a text of the stage's own where the library gave none.
     void OpenReader(struct archive *reader);
 
     // Ends the stage: the thread stops at its next block and is joined. Idempotent.
     void Stop();
 
-    // The decompression's own error text once the stream has ended in failure, else empty.
+    // True once the decompression has ended in failure; ErrorText() then says why.
+    bool Failed() const;
     QByteArray ErrorText() const;
 
 private:
@@ -89,17 +78,15 @@ private:
         std::size_t used = 0;
     };
 
-    void Run(const BodyOpener &openBody, Decoder decoder);
-    // The raw reader's next piece of the body; a failure is passed on to the reading
-    // side before Failed is returned.
-    enum class Piece { Got, End, Failed };
-    Piece NextPiece(struct archive *reader, const void **data, std::size_t *size);
-    void RunFilters(struct archive *reader);
-    void RunGzip(struct archive *reader);
+    void Run(const BodyOpener &openBody);
+    void Decompress(struct archive *reader);
     // Producer side: a block to fill, or null when the consumer has gone.
     Block *NextFree();
     void Publish();
-    void Finish(int error, const QByteArray &text);
+    // Ends the stream for the reading side; with `failed`, as a failure, whatever the
+    // library said of it (libarchive's gzip filter reports a cut trailer with neither an
+    // error number nor a text).
+    void Finish(bool failed, int error, const char *text);
     // Consumer side.
     static la_ssize_t ReadCallback(struct archive *reader, void *self, const void **buffer);
     la_ssize_t Read(struct archive *reader, const void **buffer);
@@ -114,6 +101,7 @@ private:
     bool holding = false;      // the reader still looks at block consumed - 1
     bool ended = false;        // no more blocks will be published
     bool abandoned = false;    // the reader side has stopped
+    bool failed = false;
     int errorNumber = 0;
     QByteArray errorText;
 

@@ -2,9 +2,9 @@
 
 #include "BodySource.h"
 #include "DecompressionStage.h"
-#include "FileDescriptor.h"
 #include "Handles.h"
 #include "MD5.h"
+#include "SystemFiles.h"
 #include "ThreadLocale.h"
 #include "WrittenFileSystems.h"
 
@@ -142,11 +142,11 @@ void ExtractArchive::run()
         emit ErrorOccurred(FileNotFound);
         return;
     }
-    bool regular = true;
-    Detail::FileDescriptor file = Detail::FileDescriptor::OpenRegularFile(QFile::encodeName(archivePath).constData(), &regular);
+    int openError = 0;
+    QtTools::FileDescriptor file = QtTools::OpenRegularFile(QFile::encodeName(archivePath).constData(), &openError);
     if (!file.IsOpen()) {
         qCWarning(lcExtract, "cannot open %s: %s", qUtf8Printable(archivePath),
-                  regular ? std::strerror(errno) : "not a regular file");
+                  openError == EINVAL ? "not a regular file" : std::strerror(openError));
         SetResult(OpenFailed);
         return;
     }
@@ -162,14 +162,8 @@ void ExtractArchive::run()
     // A compressed body is decompressed on a thread of its own where there is a core to
     // spare, ahead of the reader that writes the entries; the rest is read directly.
     using Detail::DecompressionStage;
-    const DecompressionStage::Compression compression =
-        bodySize > 0 && !skipData && DecompressionStage::Worthwhile()
-            ? DecompressionStage::Examine(file.Get(), startOffset)
-            : DecompressionStage::Compression::None;
-    const bool staged = compression != DecompressionStage::Compression::None;
-    const DecompressionStage::Decoder decoder = compression == DecompressionStage::Compression::Gzip
-                                                    ? DecompressionStage::Decoder::Gzip
-                                                    : DecompressionStage::Decoder::Filters;
+    const bool staged = bodySize > 0 && !skipData && DecompressionStage::Worthwhile()
+                        && DecompressionStage::IsCompressed(file.Get(), startOffset);
     qCInfo(lcExtract, "extracting %s from offset %lld, body %lld bytes, digest %s, %s",
            qUtf8Printable(archivePath), static_cast<long long>(startOffset),
            static_cast<long long>(bodySize), checkDigest ? "checked" : "not stored",
@@ -203,8 +197,7 @@ void ExtractArchive::run()
     {
         std::unique_ptr<Detail::DecompressionStage> stage;
         if (staged) {
-            stage.reset(new DecompressionStage([&source](struct archive *reader) { source.Open(reader); },
-                                               decoder));
+            stage.reset(new DecompressionStage([&source](struct archive *reader) { source.Open(reader); }));
             if (!stage->Started())
                 stage.reset();
             else if (checkDigest)
@@ -236,15 +229,15 @@ void ExtractArchive::run()
             }
             // An entry the file system refuses (a name too long, a node the display may
             // not make) is passed over and does not change the outcome; one that cannot
-            // be written because the storage is full or failing ends the restore as a
-            // failure, and so does a damaged archive.
+            // be written because the storage is full, failing or read-only ends the
+            // restore as a failure, and so does a damaged archive.
             const QByteArray name = archive_entry_pathname(entry);
             if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
                 const int error = archive_errno(reader.get());
                 qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
                           ErrorText(reader.get()).constData(), std::strerror(error));
                 ++unwritten;
-                if (Detail::WrittenFileSystems::IsStorageFailure(error)) {
+                if (QtTools::IsStorageFailure(error)) {
                     storageFailed = true;
                     break;
                 }
@@ -258,12 +251,15 @@ void ExtractArchive::run()
         if (stage)
             stage->Stop();
     }
-    if (source.ReadError() != 0)
+    // A read of the backup that failed fails the restore even where the reader would
+    // have taken what it had for a whole archive.
+    const bool readFailed = source.ReadError() != 0;
+    if (readFailed)
         qCWarning(lcExtract, "the backup could not be read: %s", std::strerror(source.ReadError()));
 
     // ARCHIVE_EOF (1) and ARCHIVE_OK (0, after a cancel request) end well; the library's
     // negative codes do not, a warning included.
-    bool failed = storageFailed || static_cast<unsigned int>(status) > 1;
+    bool failed = storageFailed || readFailed || static_cast<unsigned int>(status) > 1;
     if (!failed && checkDigest && !stoppedOnRequest) {
         unsigned char digest[16];
         switch (source.Finish(digest, cancelRequested)) {

@@ -1,17 +1,14 @@
 #pragma once
 // Private to the archive module.
 //
-// Owning handles and system-call habits shared by the extraction's parts.
+// Owning handles shared by the extraction's parts.
 
 #include <QDir>
 #include <QString>
 
 #include <archive.h>
 
-#include <cerrno>
 #include <memory>
-
-#include <sys/types.h>
 
 namespace Archive {
 namespace Detail {
@@ -22,17 +19,6 @@ struct ReaderDeleter
     void operator()(struct archive *reader) const { archive_read_free(reader); }
 };
 using Reader = std::unique_ptr<struct archive, ReaderDeleter>;
-
-// Calls `call` (a read or pread) again for as long as a signal interrupts it.
-template<typename Call>
-ssize_t RetryInterrupted(Call call)
-{
-    ssize_t count;
-    do
-        count = call();
-    while (count < 0 && errno == EINTR);
-    return count;
-}
 
 // The extraction changes the process's current directory; every way out of its run puts
 // it back.

@@ -1,6 +1,6 @@
 #include "WrittenFileSystems.h"
 
-#include <cerrno>
+#include "SystemFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -42,17 +42,15 @@ void WrittenFileSystems::NoteDirectory(const std::string &directory)
 bool WrittenFileSystems::Flush(QByteArray *failedDirectory, int *error) const
 {
     for (const FileSystem &fileSystem : seen) {
-        const int fd = ::open(fileSystem.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
-        if (fd < 0) {
+        const QtTools::FileDescriptor directory(
+            ::open(fileSystem.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK));
+        if (!directory.IsOpen()) {
             // A later entry replaced the directory it was met through: flush everything,
             // which cannot say whether it worked, rather than nothing.
             ::sync();
             continue;
         }
-        int failure = 0;
-        if (::syncfs(fd) != 0)
-            failure = errno;
-        ::close(fd);
+        const int failure = QtTools::FlushFileSystemOf(directory.Get());
         if (failure != 0) {
             if (failedDirectory)
                 *failedDirectory = QByteArray::fromStdString(fileSystem.directory);

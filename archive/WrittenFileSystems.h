@@ -9,7 +9,6 @@
 
 #include <QByteArray>
 
-#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -25,17 +24,11 @@ public:
     // directory): the one of its parent directory, and for a directory its own too.
     void Note(const char *path);
 
-    // syncfs on every noted file system. False at the first that fails, with the
-    // directory it was asked through and the error number.
+    // syncfs on every noted file system. False at the first that fails or has gone
+    // read-only meanwhile, with the directory it was asked through and the error number.
     bool Flush(QByteArray *failedDirectory, int *error) const;
 
     std::size_t Count() const { return seen.size(); }
-
-    // A write that failed because the storage is full or failing: the restore cannot be
-    // whole, unlike an entry the file system refuses for its own reasons (a name too long,
-    // a device node on a display model without the right), which is passed over as ever
-    // (see docs/behaviour.md).
-    static bool IsStorageFailure(int error) { return error == ENOSPC || error == EDQUOT || error == EIO; }
 
 private:
     void NoteDirectory(const std::string &directory);
