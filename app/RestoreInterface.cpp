@@ -1,43 +1,20 @@
 #include "RestoreInterface.h"
 
-#include "DataAreas.h"
 #include "ExtractArchive.h"
-#include "FileHelpers.h"
 #include "MessageDialog.h"
 #include "ProgressDialog.h"
 #include "RestoreTexts.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
+#include <QTimer>
 
+#include <cstring>
 #include <exception>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 // What the restore did, one line per step on standard error, for the service technician.
 Q_LOGGING_CATEGORY(lcRestore, "qvb.restore")
-
-namespace {
-
-// Opens the backup for its header without ever waiting: an ordinary open of a FIFO
-// blocks until a writer appears, before any dialog is on the screen. Anything but a
-// regular file is a file that cannot be opened (see docs/behaviour.md).
-bool OpenRegularFile(QFile &file, const QString &path)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    struct stat status;
-    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(fd);
-        return false;
-    }
-    return file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-}
-
-} // namespace
 
 RestoreInterface::RestoreInterface(QObject *parent) : QObject(parent) {}
 
@@ -47,9 +24,50 @@ void RestoreInterface::StartRestore(const QString &path)
 {
     clock.start();
     qCInfo(lcRestore, "restoring %s", qUtf8Printable(path));
+    if (!TakeRestoreLock())
+        return;
+    ReadHeader(path);
+    MakeJobAndDialog(path);
+    if (!SetMarker() || !WipeDataAreas("first")) {
+        EndWithoutUnpacking();
+        return;
+    }
+    StartUnpacking();
+}
+
+// A second start (a second tap on the launcher) while a restore runs must leave that
+// restore alone: it ends at once, having touched nothing (see docs/behaviour.md).
+bool RestoreInterface::TakeRestoreLock()
+{
+    int error = 0;
+    switch (lock.Acquire(&error)) {
+    case DataAreas::RestoreLock::State::Held:
+        return true;
+    case DataAreas::RestoreLock::State::Busy:
+        qCWarning(lcRestore, "another restore is running; this start ends and touches nothing");
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        deleteLater();
+        return false;
+    case DataAreas::RestoreLock::State::Unavailable:
+        // Without the data directory the marker cannot be set either, which fails the
+        // restore before anything is removed.
+        qCWarning(lcRestore, "cannot lock %s: %s", DataAreas::kHomeDataDirectory, std::strerror(error));
+        return true;
+    }
+    return true;
+}
+
+void RestoreInterface::ReadHeader(const QString &path)
+{
+    // Opened without ever waiting: an ordinary open of a FIFO blocks until a writer
+    // appears, before any dialog is on the screen. Anything but a regular file is a file
+    // that cannot be opened (see docs/behaviour.md).
+    int error = 0;
+    QtTools::FileDescriptor opened = QtTools::OpenRegularFile(QFile::encodeName(path).constData(), &error);
     QFile file;
-    if (!OpenRegularFile(file, path)) {
-        qCWarning(lcRestore, "cannot open %s as a regular file", qUtf8Printable(path));
+    if (!opened.IsOpen() || !file.open(opened.Release(), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        qCWarning(lcRestore, "cannot open %s: %s", qUtf8Printable(path),
+                  error == EINVAL ? "not a regular file" : std::strerror(error));
         // Not fatal on purpose (see docs/behaviour.md): the restore goes on, the data areas are emptied and the
         // job reports the failure, so the display never keeps a half-trusted state.
         Generic::MessageDialog::ShowInformation(RestoreTexts::RestoreTitle(), RestoreTexts::OpenFailure(path));
@@ -64,10 +82,12 @@ void RestoreInterface::StartRestore(const QString &path)
     } catch (const std::exception &) {
     }
     const qint64 fileSize = file.isOpen() ? file.size() : 0;
-    file.close();
     qCInfo(lcRestore, "header version %u, body at offset %u, %lld bytes", unsigned(header.HeaderVersion()),
            unsigned(header.HeaderLength()), static_cast<long long>(fileSize - qint64(header.HeaderLength())));
+}
 
+void RestoreInterface::MakeJobAndDialog(const QString &path)
+{
     auto extract = std::make_unique<Archive::ExtractArchive>(
         QStringLiteral("/"), path, qint64(header.HeaderLength()), nullptr);
     // A version-2 header records the body's MD5 digest when the backup was written: the
@@ -87,21 +107,66 @@ void RestoreInterface::StartRestore(const QString &path)
     connect(job.get(), &Archive::ArchiveProcess::PercentProgress, dialog,
             &Generic::ProgressDialog::SetProgressCount);
     connect(job.get(), &QThread::finished, this, &RestoreInterface::RestoreFinished);
+}
 
-    ClearDataAreas();
-    // After the clearing, which would remove it again; on the storage before the job
-    // starts, so that a power cut at any moment of the unpacking leaves it behind.
-    if (!DataAreas::SetRestoreMarker())
-        qCWarning(lcRestore, "the restore marker could not be set and flushed");
-    qCInfo(lcRestore, "data areas wiped, restore marker set, unpacking");
+// The marker goes onto the storage before anything in the data areas is removed; a
+// storage that cannot record it cannot record a restore, and nothing is removed then.
+bool RestoreInterface::SetMarker()
+{
+    if (const int error = DataAreas::KeepMarkerReserve())
+        qCInfo(lcRestore, "no room kept for the restore marker: %s", std::strerror(error));
+    const DataAreas::MarkerOutcome marker = DataAreas::SetRestoreMarker();
+    if (marker.reserveUsed)
+        qCWarning(lcRestore, "the storage is full: the room kept for the restore marker was used");
+    if (marker.error != 0) {
+        qCWarning(lcRestore, "the restore marker could not be set and flushed: %s; nothing is removed",
+                  std::strerror(marker.error));
+        return false;
+    }
+    touched = true;
+    qCInfo(lcRestore, "restore marker set");
+    return true;
+}
 
-    dialog->show();
-    job->start();
+bool RestoreInterface::WipeDataAreas(const char *which)
+{
+    const QStringList left = DataAreas::ClearDataAreas();
+    if (!left.isEmpty()) {
+        qCWarning(lcRestore, "the %s clearing of the data areas left %d entries, %s among them", which,
+                  int(left.size()), qUtf8Printable(left.first()));
+        return false;
+    }
+    qCInfo(lcRestore, "data areas cleared (%s clearing)", which);
+    return true;
 }
 
 void RestoreInterface::ClearDataAreas()
 {
     DataAreas::ClearDataAreas();
+}
+
+void RestoreInterface::StartUnpacking()
+{
+    qCInfo(lcRestore, "unpacking");
+    dialog->show();
+    job->start();
+}
+
+void RestoreInterface::EndWithoutUnpacking()
+{
+    // The outcome is told from the event loop, as after a job.
+    QTimer::singleShot(0, this, &RestoreInterface::RestoreFinished);
+}
+
+// The job has put every entry it wrote on the storage; what the clearing removed must be
+// there too before "Backup Restored" is true, also on a data area nothing was written to.
+bool RestoreInterface::PutRestoreOnStorage()
+{
+    if (const int error = DataAreas::FlushDataAreas()) {
+        qCWarning(lcRestore, "the cleared data areas could not be flushed: %s", std::strerror(error));
+        return false;
+    }
+    return true;
 }
 
 void RestoreInterface::RestoreFinished()
@@ -112,17 +177,43 @@ void RestoreInterface::RestoreFinished()
         dialog = nullptr;
     }
 
-    const bool restored = job && job->GetResult() == Archive::ArchiveProcess::Ok;
+    const bool unpacked = job && job->GetResult() == Archive::ArchiveProcess::Ok;
+    const bool restored = unpacked && PutRestoreOnStorage();
     qCInfo(lcRestore, "%s after %lld ms (job result %d)", restored ? "restored" : "restore failed",
            static_cast<long long>(clock.elapsed()), job ? int(job->GetResult()) : -1);
     if (!restored) {
         Generic::MessageDialog::ShowInformation(RestoreTexts::FailedTitle(), RestoreTexts::FailedText());
-        // A failed restore leaves the data areas empty rather than half restored.
-        ClearDataAreas();
     } else {
         Generic::MessageDialog::ShowInformation(RestoreTexts::RestoredTitle(), RestoreTexts::RestoredText());
     }
+    EndRestore(restored);
+}
 
-    DataAreas::RemoveRestoreMarker();
+// The marker goes last, and only from a state the display can tell without it: the
+// backup whole, or (after a failure) the data areas empty, each on the storage.
+void RestoreInterface::EndRestore(bool restored)
+{
+    bool settled = restored;
+    if (!restored && touched) {
+        // A failed restore leaves the data areas empty rather than half restored.
+        settled = WipeDataAreas("second");
+        if (settled) {
+            if (const int error = DataAreas::FlushDataAreas()) {
+                qCWarning(lcRestore, "the cleared data areas could not be flushed: %s", std::strerror(error));
+                settled = false;
+            }
+        }
+    }
+    if (!touched) {
+        qCInfo(lcRestore, "nothing was removed");
+    } else if (!settled) {
+        qCWarning(lcRestore, "the restore marker stays: the data areas are neither restored nor empty on the storage");
+    } else if (const int error = DataAreas::RemoveRestoreMarker()) {
+        qCWarning(lcRestore, "the restore marker could not be removed: %s", std::strerror(error));
+    } else {
+        qCInfo(lcRestore, "restore marker removed");
+    }
+    if (touched)
+        DataAreas::KeepMarkerReserve();
     deleteLater();
 }

@@ -1,14 +1,17 @@
 #pragma once
 // Runs one restore of a display data backup from start to end: reads the backup's header,
-// empties the data areas, unpacks the archive body onto "/" on a worker thread behind a
-// "Restore Memory" progress box, tells the user the outcome and then deletes itself.
-// While the body is being unpacked the restore marker exists, so that a restore cut short
-// (power loss, crash) can be told afterwards.
+// sets the restore marker, empties the data areas, unpacks the archive body onto "/" on a
+// worker thread behind a "Restore Memory" progress box, tells the user the outcome and
+// then deletes itself. From before the first removal until every change is on the
+// storage the restore marker exists, so that a restore cut short (power loss, crash) can
+// be told afterwards. One restore runs at a time: a start while another runs touches
+// nothing and ends at once (see docs/behaviour.md).
 //
 // Lives in the main thread. Created without a parent by the entry point, which calls
 // StartRestore once and then runs the event loop; when the outcome message has been
 // dismissed no window is left and the application ends.
 
+#include "DataAreas.h"
 #include "FileHeader.h"
 
 #include <QElapsedTimer>
@@ -48,9 +51,22 @@ public slots:
     void RestoreFinished();
 
 private:
+    // The steps of a restore, in their order.
+    bool TakeRestoreLock();
+    void ReadHeader(const QString &path);
+    void MakeJobAndDialog(const QString &path);
+    bool SetMarker();
+    bool WipeDataAreas(const char *which);
+    void StartUnpacking();
+    void EndWithoutUnpacking();
+    bool PutRestoreOnStorage();
+    void EndRestore(bool restored);
+
     // Declared in this order so that destruction releases the header before the job.
     std::unique_ptr<Archive::ArchiveProcess> job;
     Backup::FileHeader header;
     Generic::ProgressDialog *dialog = nullptr;
-    QElapsedTimer clock; // for the trail: how long the restore took
+    DataAreas::RestoreLock lock; // held until the process ends
+    bool touched = false;        // something in the data areas may have been removed or written
+    QElapsedTimer clock;         // for the trail: how long the restore took
 };

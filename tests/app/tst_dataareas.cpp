@@ -2,6 +2,8 @@
 #include "DataAreas.h"
 #include "TestSupport.h"
 
+#include <QScopeGuard>
+
 #include <sys/stat.h>
 
 namespace {
@@ -11,6 +13,25 @@ const QString kOem = QStringLiteral("/opt/OEM/data");
 const QString kDatabase = QString::fromLatin1(DataAreas::kConfigurationDatabase);
 
 using TestSupport::Entries;
+const QString kMarker = QString::fromLatin1(DataAreas::kRestoreMarker);
+const QString kReserve = QString::fromLatin1(DataAreas::kMarkerReserve);
+
+// "/home/data" on a small memory file system of its own, taken away again by the guard.
+auto MountHomeData(const QString &options)
+{
+    const bool mounted = TestSupport::Run("mount", {"-t", "tmpfs", "-o", options, "tmpfs", kHome}) == 0;
+    return qScopeGuard([mounted] {
+        if (mounted)
+            TestSupport::Run("umount", {kHome});
+    });
+}
+
+// Fills the file system of "/home/data" until it takes no more files.
+void FillWithFiles()
+{
+    for (int i = 0; TestSupport::WriteFile(kHome + QStringLiteral("/filler %1").arg(i), "f"); ++i) {
+    }
+}
 
 } // namespace
 
@@ -77,6 +98,75 @@ private slots:
         QVERIFY(!QFileInfo::exists(kDatabase));
         // The database is named whether or not it exists; hidden entries and the rest never.
         QCOMPARE(DataAreas::DataAreaEntries(), QStringList({kDatabase}));
+    }
+
+    // The marker goes onto the storage before the first removal, so it must outlive every
+    // clearing; it goes only by its own removal.
+    void markerSparedByTheClearings()
+    {
+        QVERIFY(TestSupport::WriteFile(kHome + "/old.txt", "old"));
+        QCOMPARE(DataAreas::SetRestoreMarker().error, 0);
+        QCOMPARE(DataAreas::ClearDataAreas(), QStringList());
+        QCOMPARE(Entries(kHome), QStringList({"qvb-restore-in-progress"}));
+        QCOMPARE(DataAreas::RemoveRestoreMarker(), 0);
+        QVERIFY(!QFileInfo::exists(kMarker));
+        QCOMPARE(DataAreas::RemoveRestoreMarker(), 0); // already gone is no failure
+    }
+
+    // A storage that cannot record a restore must say so before anything is removed: a
+    // read-only one (whatever it already holds, a marker left by an interrupted restore
+    // included), and one too full for the marker unless the reserve makes room. What a
+    // clearing could not remove is told, not passed over.
+    void storageThatCannotTakeTheMarker_data()
+    {
+        QTest::addColumn<bool>("readOnly"); // else full: no inode left
+        QTest::addColumn<bool>("oldMarker");
+        QTest::addColumn<bool>("reserve");
+        QTest::addColumn<int>("error");
+        QTest::newRow("read-only") << true << false << false << EROFS;
+        QTest::newRow("read-only, marker left behind") << true << true << false << EROFS;
+        QTest::newRow("full, no reserve") << false << false << false << ENOSPC;
+        QTest::newRow("full, the reserve makes room") << false << false << true << 0;
+    }
+    void storageThatCannotTakeTheMarker()
+    {
+        QFETCH(bool, readOnly);
+        QFETCH(bool, oldMarker);
+        QFETCH(bool, reserve);
+        QFETCH(int, error);
+        const auto unmount = MountHomeData("size=1m,nr_inodes=50");
+        QVERIFY(TestSupport::WriteFile(kHome + "/old.txt", "old"));
+        if (oldMarker)
+            QVERIFY(TestSupport::WriteFile(kMarker, ""));
+        if (reserve)
+            QCOMPARE(DataAreas::KeepMarkerReserve(), 0);
+        if (readOnly)
+            QCOMPARE(TestSupport::Run("mount", {"-o", "remount,ro", kHome}), 0);
+        else
+            FillWithFiles();
+        const DataAreas::MarkerOutcome marker = DataAreas::SetRestoreMarker();
+        QCOMPARE(marker.error, error);
+        QCOMPARE(marker.reserveUsed, reserve);
+        QCOMPARE(QFileInfo::exists(kMarker), error == 0 || oldMarker);
+        if (error == EROFS)
+            QCOMPARE(DataAreas::ClearDataAreas(), QStringList({kHome + "/old.txt"}));
+    }
+
+    // One restore at a time: a second lock on the data directory is refused until the
+    // first holder lets go.
+    void oneRestoreAtATime()
+    {
+        int error = -1;
+        auto first = std::make_unique<DataAreas::RestoreLock>();
+        QVERIFY(first->Acquire(&error) == DataAreas::RestoreLock::State::Held);
+        DataAreas::RestoreLock second;
+        QVERIFY(second.Acquire(&error) == DataAreas::RestoreLock::State::Busy);
+        QCOMPARE(error, EWOULDBLOCK);
+        first.reset();
+        QVERIFY(second.Acquire(&error) == DataAreas::RestoreLock::State::Held);
+        QVERIFY(QDir(kHome).removeRecursively());
+        DataAreas::RestoreLock nowhere;
+        QVERIFY(nowhere.Acquire(&error) == DataAreas::RestoreLock::State::Unavailable);
     }
 };
 

@@ -1,11 +1,13 @@
 // The restore driver's order of events as the user sees it: the state of the data areas and
 // the marker whenever a window appears. Real wipe, extraction and dialogs: throwaway root only.
+#include "DataAreas.h"
 #include "MessageDialog.h"
 #include "RestoreInterface.h"
 #include "TestSupport.h"
 
 #include <QAbstractButton>
 #include <QLabel>
+#include <QScopeGuard>
 
 namespace {
 
@@ -77,30 +79,52 @@ private slots:
     void orderOfEvents_data()
     {
         QTest::addColumn<QString>("backup");
+        QTest::addColumn<QString>("storage"); // "" as usual, "read-only", "another restore running"
         QTest::addColumn<QStringList>("sights");
         // The progress box comes after the wipe and the marker, before any unpacking; the
         // outcome is shown with the data in place and the marker still there.
         const QString wiped = "Restore Memory | progress | marker hidden";
         const QString full = "marker hidden restored";
         const QString restored = "Backup Restored | The system has been restored. | ";
-        QTest::newRow("success") << "/good.qvb" << QStringList{wiped, restored + full};
+        QTest::newRow("success") << "/good.qvb" << "" << QStringList{wiped, restored + full};
         // Only the digest is wrong; the second wipe waits until the message is dismissed.
-        QTest::newRow("failure") << "/wrong digest.qvb" << QStringList{wiped, kFailed + full};
+        QTest::newRow("failure") << "/wrong digest.qvb" << "" << QStringList{wiped, kFailed + full};
         // An unopenable file is reported before anything is wiped; the restore goes on.
-        QTest::newRow("cannot open") << "/no such file.qvb"
+        QTest::newRow("cannot open") << "/no such file.qvb" << ""
             << QStringList{"Restore Memory | Cannot open file /no such file.qvb | "
                            "old hidden database", wiped, kFailed + "marker hidden"};
+        // A storage that cannot record the marker cannot record a restore: nothing goes.
+        QTest::newRow("read-only data") << "/good.qvb" << "read-only" << QStringList{kFailed + "old hidden database"};
+        // A second start while a restore runs shows nothing and touches nothing.
+        QTest::newRow("another restore running") << "/good.qvb" << "another restore running" << QStringList{};
     }
 
     void orderOfEvents()
     {
         QFETCH(QString, backup);
+        QFETCH(QString, storage);
         QFETCH(QStringList, sights);
         QVERIFY(QDir("/home/data").removeRecursively() && QDir("/opt/OEM").removeRecursively());
+        QVERIFY(QDir().mkpath("/home/data"));
+        bool mounted = false;
+        const auto unmount = qScopeGuard([&mounted] {
+            if (mounted)
+                TestSupport::Run("umount", {"/home/data"});
+        });
+        if (storage == "read-only") {
+            mounted = TestSupport::Run("mount", {"-t", "tmpfs", "tmpfs", "/home/data"}) == 0;
+            QVERIFY(mounted);
+        }
         for (const auto &[name, path] : kWatched.mid(1, 3))
             QVERIFY(TestSupport::WriteFile(path, "old\n"));
         if (backup != "/no such file.qvb")
             MakeBackup(backup, backup.startsWith("/wrong"));
+        if (storage == "read-only")
+            QCOMPARE(TestSupport::Run("mount", {"-o", "remount,ro", "/home/data"}), 0);
+        DataAreas::RestoreLock running;
+        int error = 0;
+        if (storage == "another restore running")
+            QVERIFY(running.Acquire(&error) == DataAreas::RestoreLock::State::Held);
 
         Watcher watcher;
         qApp->installEventFilter(&watcher);
@@ -110,8 +134,12 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, 60000);
         qApp->removeEventFilter(&watcher);
         QCOMPARE(watcher.sights, sights);
-        // Marker gone; after a failure the data areas are empty again, hidden entries apart.
-        QCOMPARE(Present(), backup == "/good.qvb" ? QString("hidden restored") : "hidden");
+        // Marker gone; after a failure the data areas are empty again, hidden entries apart;
+        // where nothing could be or was to be touched, nothing was.
+        if (!storage.isEmpty())
+            QCOMPARE(Present(), QString("old hidden database"));
+        else
+            QCOMPARE(Present(), backup == "/good.qvb" ? QString("hidden restored") : "hidden");
     }
 };
 

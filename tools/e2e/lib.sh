@@ -49,6 +49,8 @@ qvb_reference_extract() {
 # qvb_manifest ROOT: one line per entry inside the data areas below ROOT (the directories
 # themselves excepted) and for the configuration database: path, type, mode, owner, time,
 # size (files), link target, link count (files) and MD5 of the content (files). Sorted.
+# The program's own hidden files in "/home/data" (the room it keeps for its marker) are
+# no data of the display's and are left out.
 qvb_manifest() {
   local root=$1
   (
@@ -56,11 +58,11 @@ qvb_manifest() {
     local -a areas=()
     for a in home/data opt/OEM/data; do [ -d "$a" ] && areas+=("$a"); done
     {
-      if [ ${#areas[@]} -gt 0 ]; then find "${areas[@]}" -mindepth 1 \
+      if [ ${#areas[@]} -gt 0 ]; then find "${areas[@]}" -mindepth 1 -path 'home/data/.qvb-restore-*' -prune -o \
         \( -type f -printf 'M\t%p\tf\t%m\t%U:%G\t%T@\t%s\t-\t%n\n' \) -o \
         \( -type l -printf 'M\t%p\tl\t%m\t%U:%G\t%T@\t-\t%l\t-\n' \) -o \
         \( -printf 'M\t%p\t%y\t%m\t%U:%G\t%T@\t-\t-\t-\n' \)
-        find "${areas[@]}" -mindepth 1 -type f -exec md5sum {} + | sed 's/^/D\t/'
+        find "${areas[@]}" -mindepth 1 -path 'home/data/.qvb-restore-*' -prune -o -type f -exec md5sum {} + | sed 's/^/D\t/'
       fi
       if [ -e "$qvb_database" ]; then
         find "$qvb_database" -printf 'M\t%p\tf\t%m\t%U:%G\t%T@\t%s\t-\t%n\n'
