@@ -4,6 +4,7 @@
 #include "MessageDialog.h"
 #include "ProgressDialog.h"
 #include "RestoreTexts.h"
+#include "RestoreTrail.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -23,6 +24,7 @@ RestoreInterface::~RestoreInterface() = default;
 void RestoreInterface::StartRestore(const QString &path)
 {
     clock.start();
+    trail = std::make_unique<RestoreTrail>();
     qCInfo(lcRestore, "restoring %s", qUtf8Printable(path));
     if (!TakeRestoreLock())
         return;
@@ -32,6 +34,8 @@ void RestoreInterface::StartRestore(const QString &path)
         EndWithoutUnpacking();
         return;
     }
+    // Kept before the unpacking too: a restore that never ends still leaves its beginning.
+    SaveTrail();
     StartUnpacking();
 }
 
@@ -215,5 +219,13 @@ void RestoreInterface::EndRestore(bool restored)
     }
     if (touched)
         DataAreas::KeepMarkerReserve();
+    SaveTrail();
     deleteLater();
+}
+
+// The technician's copy of the trail; the restore's outcome never depends on it.
+void RestoreInterface::SaveTrail()
+{
+    if (const int error = trail->Save())
+        qCWarning(lcRestore, "the trail could not be kept in %s: %s", RestoreTrail::kPath, std::strerror(error));
 }

@@ -20,6 +20,7 @@
 
 #include <memory>
 
+class RestoreTrail;
 namespace Archive {
 class ArchiveProcess;
 }
@@ -61,12 +62,14 @@ private:
     void EndWithoutUnpacking();
     bool PutRestoreOnStorage();
     void EndRestore(bool restored);
+    void SaveTrail();
 
     // Declared in this order so that destruction releases the header before the job.
     std::unique_ptr<Archive::ArchiveProcess> job;
     Backup::FileHeader header;
     Generic::ProgressDialog *dialog = nullptr;
     DataAreas::RestoreLock lock; // held until the process ends
+    std::unique_ptr<RestoreTrail> trail;
     bool touched = false;        // something in the data areas may have been removed or written
     QElapsedTimer clock;         // for the trail: how long the restore took
 };

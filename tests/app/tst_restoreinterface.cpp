@@ -3,6 +3,7 @@
 #include "DataAreas.h"
 #include "MessageDialog.h"
 #include "RestoreInterface.h"
+#include "RestoreTrail.h"
 #include "TestSupport.h"
 
 #include <QAbstractButton>
@@ -68,6 +69,32 @@ void MakeBackup(const QString &path, bool wrongDigest)
         QVERIFY(TestSupport::WriteFile(path, backup.replace(148, 16, QByteArray(16, '\x11'))));
 }
 
+// One restore by the driver as the entry point starts it, to its end; what it showed.
+QStringList RunRestore(const QString &backup)
+{
+    Watcher watcher;
+    qApp->installEventFilter(&watcher);
+    auto *driver = new RestoreInterface;
+    QSignalSpy destroyed(driver, &QObject::destroyed);
+    driver->StartRestore(backup);
+    if (!QTest::qWaitFor([&] { return destroyed.count() == 1; }, 60000))
+        return {"the restore did not end"};
+    qApp->removeEventFilter(&watcher);
+    return watcher.sights;
+}
+
+QList<QByteArray> KeptTrails()
+{
+    const QByteArray text = TestSupport::ReadFile(RestoreTrail::kPath);
+    QList<QByteArray> result;
+    for (const QByteArray &trail : text.split('\n'))
+        if (trail.startsWith("--- restore started "))
+            result << QByteArray();
+        else if (!result.isEmpty())
+            result.last() += trail + '\n';
+    return result;
+}
+
 } // namespace
 
 class RestoreInterfaceTest : public QObject
@@ -126,20 +153,50 @@ private slots:
         if (storage == "another restore running")
             QVERIFY(running.Acquire(&error) == DataAreas::RestoreLock::State::Held);
 
-        Watcher watcher;
-        qApp->installEventFilter(&watcher);
-        auto *driver = new RestoreInterface;
-        QSignalSpy destroyed(driver, &QObject::destroyed);
-        driver->StartRestore(backup);
-        QTRY_COMPARE_WITH_TIMEOUT(destroyed.count(), 1, 60000);
-        qApp->removeEventFilter(&watcher);
-        QCOMPARE(watcher.sights, sights);
+        QCOMPARE(RunRestore(backup), sights);
         // Marker gone; after a failure the data areas are empty again, hidden entries apart;
         // where nothing could be or was to be touched, nothing was.
         if (!storage.isEmpty())
             QCOMPARE(Present(), QString("old hidden database"));
         else
             QCOMPARE(Present(), backup == "/good.qvb" ? QString("hidden restored") : "hidden");
+    }
+
+    // The technician finds the trails of the last five restores, oldest first, each
+    // whole: a failed one followed by a good one, then four more.
+    void trailKeepsTheLastFiveRestores()
+    {
+        QVERIFY(QDir("/home/data").removeRecursively() && QDir().mkpath("/home/data"));
+        MakeBackup("/wrong digest.qvb", true);
+        MakeBackup("/good.qvb", false);
+        for (int run = 1; run <= 6; ++run) {
+            const QString backup = run == 1 ? "/wrong digest.qvb" : "/good.qvb";
+            QCOMPARE(RunRestore(backup).size(), 2);
+            const QList<QByteArray> trails = KeptTrails();
+            QCOMPARE(trails.size(), std::min(run, RestoreTrail::kRestoresKept));
+            QVERIFY(trails.last().contains("restoring " + backup.toUtf8()));
+            QVERIFY(trails.last().contains(run == 1 ? "restore failed after" : "restored after"));
+            QVERIFY(trails.last().trimmed().endsWith("restore marker removed"));
+            if (run == 2)
+                QVERIFY(trails.first().contains("restore failed after"));
+        }
+        QVERIFY(!KeptTrails().first().contains("restore failed"));
+        QVERIFY(!QFileInfo::exists("/home/data/.qvb-restore-trail.new"));
+    }
+
+    // Older trails go first when the file would grow past its bound; what is no trail
+    // goes; a restore saved twice keeps only its latest.
+    void trailFileStaysBounded()
+    {
+        const QByteArray one = "--- restore started 2026-01-01 10:00:00.000\nfirst\n";
+        const QByteArray two = "--- restore started 2026-01-02 10:00:00.000\n" + QByteArray(300, 'x') + "\n";
+        const QByteArray three = "--- restore started 2026-01-03 10:00:00.000\nthird\n";
+        QCOMPARE(RestoreTrail::Merge("leftover\n" + one, two, 5, 1000), one + two);
+        QCOMPARE(RestoreTrail::Merge(one + two, three, 5, 200), three);
+        QCOMPARE(RestoreTrail::Merge(one + two, three, 2, 1000), two + three);
+        QCOMPARE(RestoreTrail::Merge(one + three.left(50), three, 5, 1000), one + three);
+        const QByteArray huge = "--- restore started 2026-01-04 10:00:00.000\n" + QByteArray(100, 'a') + "\nlast\n";
+        QCOMPARE(RestoreTrail::Merge(one, huge, 5, 60), "--- restore started 2026-01-04 10:00:00.000\nlast\n");
     }
 };
 
