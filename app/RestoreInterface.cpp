@@ -185,6 +185,9 @@ void RestoreInterface::RestoreFinished()
     const bool restored = unpacked && PutRestoreOnStorage();
     qCInfo(lcRestore, "%s after %lld ms (job result %d)", restored ? "restored" : "restore failed",
            static_cast<long long>(clock.elapsed()), job ? int(job->GetResult()) : -1);
+    if (const auto *extraction = qobject_cast<const Archive::ExtractArchive *>(job.get());
+        extraction && !extraction->GetFailureReason().isEmpty())
+        qCWarning(lcRestore, "the unpacking failed: %s", qUtf8Printable(extraction->GetFailureReason()));
     if (!restored) {
         Generic::MessageDialog::ShowInformation(RestoreTexts::FailedTitle(), RestoreTexts::FailedText());
     } else {

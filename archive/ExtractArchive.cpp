@@ -38,6 +38,11 @@ static_assert(kExtractFlags == 7, "the display's extraction flags are owner, per
 
 using Detail::Reader;
 
+QByteArray SystemText(int error)
+{
+    return QByteArray(std::strerror(error));
+}
+
 QByteArray ErrorText(struct archive *reader)
 {
     const char *text = archive_error_string(reader);
@@ -106,6 +111,16 @@ qint64 ExtractArchive::GetProgressStep() const
     return progressStep.load();
 }
 
+QString ExtractArchive::GetFailureReason() const
+{
+    return failureReason;
+}
+
+int ExtractArchive::GetFailureError() const
+{
+    return failureError;
+}
+
 void ExtractArchive::ReportProgress(void *job)
 {
     if (job)
@@ -126,183 +141,235 @@ void ExtractArchive::EmitProgress()
     emit PercentProgress(percent);
 }
 
+// What one step of a run gives back: the job's result value (Ok to go on), the system's
+// error number where one was involved, and the reason in words.
+struct ExtractArchive::Step
+{
+    Result result = Ok;
+    int error = 0;
+    QByteArray reason;
+
+    bool Failed() const { return result != Ok; }
+    static Step Failure(Result result, int error, QByteArray reason) { return {result, error, std::move(reason)}; }
+    // The first failure wins: a later step's is a consequence of it.
+    Step Then(const Step &next) const { return Failed() ? *this : next; }
+};
+
+// What a run met on its way, for the trail.
+struct ExtractArchive::Tally
+{
+    qint64 entries = 0;
+    qint64 unwritten = 0;
+    bool stoppedOnRequest = false;
+    Detail::WrittenFileSystems written;
+};
+
+// The threads of an extraction and what crosses between them:
+// - the job's thread runs these steps, drives the parsing reader and writes every entry;
+//   it owns the body file, the body source and the written file systems;
+// - for a compressed body on a machine with a second core, the decompression stage's
+//   thread reads the body through the body source (which then belongs to it until the
+//   stage stops) and hands plain bytes to the job's thread over the stage's ring;
+// - the digest of a version-2 body is fed by whichever thread reads the body, and
+//   digested by a thread of its own, or by the job's thread while it waits for the
+//   stage, over the digest's ring (DigestPipeline);
+// - the owner's (main) thread configures the job before start(), may set the cancel
+//   flag, and reads the result and the failure's reason after finished().
+// Shared while running: the cancel flag and the result (atomics), the read position
+// (an atomic of the body source, read by the job's thread for the percentages), and the
+// two rings, each with its own lock.
 void ExtractArchive::run()
 {
     SetResult(Running);
     lastPercent = std::numeric_limits<int>::min();
+    failureReason.clear();
+    failureError = 0;
     QElapsedTimer clock;
     clock.start();
     const Detail::CurrentDirectoryKeeper currentDirectory;
     if (!skipData)
         QDir::setCurrent(destinationDirectory);
 
-    if (!QFile::exists(archivePath)) {
-        qCWarning(lcExtract, "%s does not exist", qUtf8Printable(archivePath));
-        SetResult(FileNotFound);
-        emit ErrorOccurred(FileNotFound);
-        return;
+    Tally tally;
+    int fd = -1;
+    qint64 bodySize = 0;
+    Step step = OpenBody(&fd, &bodySize);
+    QtTools::FileDescriptor file(fd);
+    if (!step.Failed()) {
+        const bool checkDigest = !expectedDigest.isEmpty();
+        // A compressed body is decompressed on a thread of its own where there is a core
+        // to spare, ahead of the reader that writes the entries; the rest is read directly.
+        const bool staged = !skipData && Detail::DecompressionStage::Worthwhile()
+                            && Detail::DecompressionStage::IsCompressed(file.Get(), startOffset);
+        qCInfo(lcExtract, "extracting %s from offset %lld, body %lld bytes, digest %s, %s",
+               qUtf8Printable(archivePath), static_cast<long long>(startOffset),
+               static_cast<long long>(bodySize), checkDigest ? "checked" : "not stored",
+               staged ? "decompressed on a thread of its own" : "read directly");
+        // Decompressing on a thread of its own, the body is digested by this thread while
+        // it waits for data (see docs/behaviour.md).
+        Detail::BodySource source(file.Get(), checkDigest,
+                                  staged ? Detail::BodySource::kStreamingBlockSize
+                                         : Detail::BodySource::kDirectBlockSize,
+                                  staged);
+        body = &source;
+        step = UnpackEntries(source, staged, tally);
+        if (checkDigest && !tally.stoppedOnRequest)
+            step = step.Then(CheckDigest(source));
+        body = nullptr;
+        // Whatever was written goes to the storage before the outcome is told, a failed
+        // restore's included (it is wiped next, and the wipe must not meet stale blocks).
+        if (!skipData)
+            step = step.Then(FlushWritten(tally.written));
     }
-    int openError = 0;
-    QtTools::FileDescriptor file = QtTools::OpenRegularFile(QFile::encodeName(archivePath).constData(), &openError);
-    if (!file.IsOpen()) {
-        qCWarning(lcExtract, "cannot open %s: %s", qUtf8Printable(archivePath),
-                  openError == EINVAL ? "not a regular file" : std::strerror(openError));
-        SetResult(OpenFailed);
-        return;
-    }
+    fileDescriptor.store(-1);
+    file.Close();
+    Conclude(step, tally, clock.elapsed());
+}
+
+// The body, open and positioned at its start: the file exists, is a regular file and
+// holds at least one byte after the header.
+ExtractArchive::Step ExtractArchive::OpenBody(int *fd, qint64 *bodySize)
+{
+    if (!QFile::exists(archivePath))
+        return Step::Failure(FileNotFound, ENOENT, archivePath.toUtf8() + " does not exist");
+    int error = 0;
+    QtTools::FileDescriptor file = QtTools::OpenRegularFile(QFile::encodeName(archivePath).constData(), &error);
+    if (!file.IsOpen())
+        return Step::Failure(OpenFailed, error, "cannot open " + archivePath.toUtf8() + ": "
+                                                    + (error == EINVAL ? QByteArray("not a regular file") : SystemText(error)));
     fileDescriptor.store(file.Get());
     ::lseek(file.Get(), static_cast<off_t>(startOffset), SEEK_SET);
-
+    struct stat status;
+    *bodySize = ::fstat(file.Get(), &status) == 0 ? qint64(status.st_size) - startOffset : 0;
+    *fd = file.Release();
     // A body with no byte in it restores nothing, whatever the reader would make of it:
     // a backup cut off after its header, or a header whose length points past the end
     // (see docs/behaviour.md).
-    struct stat fileStatus;
-    const qint64 bodySize = ::fstat(file.Get(), &fileStatus) == 0 ? qint64(fileStatus.st_size) - startOffset : 0;
-    const bool checkDigest = !expectedDigest.isEmpty();
-    // A compressed body is decompressed on a thread of its own where there is a core to
-    // spare, ahead of the reader that writes the entries; the rest is read directly.
-    using Detail::DecompressionStage;
-    const bool staged = bodySize > 0 && !skipData && DecompressionStage::Worthwhile()
-                        && DecompressionStage::IsCompressed(file.Get(), startOffset);
-    qCInfo(lcExtract, "extracting %s from offset %lld, body %lld bytes, digest %s, %s",
-           qUtf8Printable(archivePath), static_cast<long long>(startOffset),
-           static_cast<long long>(bodySize), checkDigest ? "checked" : "not stored",
-           staged ? "decompressed on a thread of its own" : "read directly");
-    if (bodySize <= 0) {
-        qCWarning(lcExtract, "the backup holds no archive body");
-        fileDescriptor.store(-1);
-        SetResult(ReadFailed);
-        emit ErrorOccurred(ReadFailed);
-        return;
-    }
+    if (*bodySize <= 0)
+        return Step::Failure(ReadFailed, 0, "the backup holds no archive body");
+    return {};
+}
 
+// Every entry of the body, written (or skipped), until the archive's end, a cancel
+// request, a damaged body or a storage that takes no more.
+ExtractArchive::Step ExtractArchive::UnpackEntries(Detail::BodySource &source, bool staged, Tally &tally)
+{
     // Before the readers exist: libarchive settles a handle's character set on first use.
     const Detail::Utf8CharacterTypeForThisThread utf8Names;
-    // Decompressing on a thread of its own, the body is digested by this thread while it
-    // waits for data (see docs/behaviour.md).
-    Detail::BodySource source(file.Get(), checkDigest,
-                              staged ? Detail::BodySource::kStreamingBlockSize
-                                     : Detail::BodySource::kDirectBlockSize,
-                              staged);
-    body = &source;
-
-    int status = ARCHIVE_OK;
-    bool stoppedOnRequest = false;
-    bool storageFailed = false;
-    qint64 entries = 0;
-    qint64 unwritten = 0;
-    Detail::WrittenFileSystems written;
-    if (!skipData)
-        written.Note(".");
-    {
-        std::unique_ptr<Detail::DecompressionStage> stage;
-        if (staged) {
-            stage.reset(new DecompressionStage([&source](struct archive *reader) { source.Open(reader); }));
-            if (!stage->Started())
-                stage.reset();
-            else if (checkDigest)
-                stage->SetIdleWork([&source] { return source.HelpDigest(); });
-        }
-        Reader reader(archive_read_new());
-        archive_read_support_format_all(reader.get());
-        if (stage) {
-            stage->OpenReader(reader.get());
-        } else {
-            archive_read_support_filter_all(reader.get());
-            source.Open(reader.get());
-        }
-        archive_read_extract_set_progress_callback(reader.get(), &ExtractArchive::ReportProgress, this);
-
-        for (;;) {
-            struct archive_entry *entry = nullptr;
-            status = archive_read_next_header(reader.get(), &entry);
-            if (status != ARCHIVE_OK)
-                break;
-            if (IsCancelRequested()) {
-                stoppedOnRequest = true;
-                break;
-            }
-            ++entries;
-            if (skipData) {
-                archive_read_data_skip(reader.get());
-                continue;
-            }
-            // An entry the file system refuses (a name too long, a node the display may
-            // not make) is passed over and does not change the outcome; one that cannot
-            // be written because the storage is full, failing or read-only ends the
-            // restore as a failure, and so does a damaged archive.
-            const QByteArray name = archive_entry_pathname(entry);
-            if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
-                const int error = archive_errno(reader.get());
-                qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
-                          ErrorText(reader.get()).constData(), std::strerror(error));
-                ++unwritten;
-                if (QtTools::IsStorageFailure(error)) {
-                    storageFailed = true;
-                    break;
-                }
-            }
-            written.Note(name.constData());
-        }
-        if (status < ARCHIVE_OK)
-            qCWarning(lcExtract, "reading stopped after %lld entries: %s", static_cast<long long>(entries),
-                      ErrorText(reader.get()).constData());
-        // The decompressing thread lets go of the body before anything else reads it.
-        if (stage)
-            stage->Stop();
+    std::unique_ptr<Detail::DecompressionStage> stage;
+    if (staged) {
+        stage = std::make_unique<Detail::DecompressionStage>([&source](struct archive *reader) { source.Open(reader); });
+        if (!stage->Started())
+            stage.reset();
+        else if (source.StreamIntact())
+            stage->SetIdleWork([&source] { return source.HelpDigest(); });
     }
-    // A read of the backup that failed fails the restore even where the reader would
-    // have taken what it had for a whole archive.
-    const bool readFailed = source.ReadError() != 0;
-    if (readFailed)
-        qCWarning(lcExtract, "the backup could not be read: %s", std::strerror(source.ReadError()));
-
-    // ARCHIVE_EOF (1) and ARCHIVE_OK (0, after a cancel request) end well; the library's
-    // negative codes do not, a warning included.
-    bool failed = storageFailed || readFailed || static_cast<unsigned int>(status) > 1;
-    if (!failed && checkDigest && !stoppedOnRequest) {
-        unsigned char digest[16];
-        switch (source.Finish(digest, cancelRequested)) {
-        case Detail::BodySource::DigestOutcome::Complete:
-            failed = !StoredDigestMatches(reinterpret_cast<const unsigned char *>(expectedDigest.constData()),
-                                          static_cast<std::size_t>(expectedDigest.size()), digest);
-            qCInfo(lcExtract, "body digest %s", failed ? "differs from the stored one" : "matches the stored one");
-            break;
-        case Detail::BodySource::DigestOutcome::ReadError:
-            qCWarning(lcExtract, "body could not be read to its end for the digest: %s", std::strerror(errno));
-            failed = true;
-            break;
-        case Detail::BodySource::DigestOutcome::Cancelled:
-            break;
-        }
-    }
-    body = nullptr;
-    fileDescriptor.store(-1);
-    file.Close();
-
-    // Whatever was written goes to the storage before the outcome is told, a failed
-    // restore's included (it is wiped next, and the wipe must not meet stale blocks).
-    if (!skipData) {
-        QByteArray directory;
-        int error = 0;
-        if (written.Flush(&directory, &error)) {
-            qCInfo(lcExtract, "flushed %zu file system(s)", written.Count());
-        } else {
-            qCWarning(lcExtract, "flushing the file system of %s failed: %s", directory.constData(),
-                      std::strerror(error));
-            failed = true;
-        }
-    }
-
-    qCInfo(lcExtract, "%s: %lld entries, %lld not written, %lld ms", failed ? "failed" : stoppedOnRequest ? "stopped on request" : "done",
-           static_cast<long long>(entries), static_cast<long long>(unwritten),
-           static_cast<long long>(clock.elapsed()));
-    if (failed) {
-        SetResult(ReadFailed);
-        emit ErrorOccurred(ReadFailed);
+    Reader reader(archive_read_new());
+    archive_read_support_format_all(reader.get());
+    if (stage) {
+        stage->OpenReader(reader.get());
     } else {
-        SetResult(Ok);
+        archive_read_support_filter_all(reader.get());
+        source.Open(reader.get());
     }
+    archive_read_extract_set_progress_callback(reader.get(), &ExtractArchive::ReportProgress, this);
+    if (!skipData)
+        tally.written.Note(".");
+
+    Step step;
+    int status = ARCHIVE_OK;
+    struct archive_entry *entry = nullptr;
+    while ((status = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK) {
+        if (IsCancelRequested()) {
+            tally.stoppedOnRequest = true;
+            break;
+        }
+        ++tally.entries;
+        if (skipData) {
+            archive_read_data_skip(reader.get());
+            continue;
+        }
+        // An entry the file system refuses (a name too long, a node the display may not
+        // make) is passed over and does not change the outcome; one that cannot be
+        // written because the storage is full, failing or read-only ends the restore as
+        // a failure, and so does a damaged archive.
+        const QByteArray name = archive_entry_pathname(entry);
+        if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
+            const int error = archive_errno(reader.get());
+            qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
+                      ErrorText(reader.get()).constData(), std::strerror(error));
+            ++tally.unwritten;
+            if (QtTools::IsStorageFailure(error)) {
+                step = Step::Failure(ReadFailed, error, "the storage took no more: could not write " + name + ": "
+                                                            + SystemText(error));
+                break;
+            }
+        }
+        tally.written.Note(name.constData());
+    }
+    // ARCHIVE_EOF (1) at the end, and ARCHIVE_OK (0) after a cancel request, end well;
+    // the library's negative codes do not, a warning included.
+    if (!step.Failed() && status < ARCHIVE_OK)
+        step = Step::Failure(ReadFailed, 0, "reading stopped after " + QByteArray::number(tally.entries)
+                                                + " entries: " + ErrorText(reader.get()));
+    // The decompressing thread lets go of the body before anything else reads it.
+    if (stage)
+        stage->Stop();
+    // A read of the backup that failed fails the restore even where the reader would have
+    // taken what it had for a whole archive; the storage's own words say why.
+    if (const int error = source.ReadError())
+        step = Step::Failure(ReadFailed, error, QByteArray("the backup could not be read: ") + SystemText(error));
+    return step;
+}
+
+// The body's digest against the one its header stores.
+ExtractArchive::Step ExtractArchive::CheckDigest(Detail::BodySource &source)
+{
+    unsigned char digest[16];
+    switch (source.Finish(digest, cancelRequested)) {
+    case Detail::BodySource::DigestOutcome::Complete:
+        if (!StoredDigestMatches(reinterpret_cast<const unsigned char *>(expectedDigest.constData()),
+                                 static_cast<std::size_t>(expectedDigest.size()), digest))
+            return Step::Failure(ReadFailed, 0, "the body's digest differs from the stored one");
+        qCInfo(lcExtract, "body digest matches the stored one");
+        return {};
+    case Detail::BodySource::DigestOutcome::ReadError: {
+        const int error = source.ReadError() != 0 ? source.ReadError() : EIO;
+        return Step::Failure(ReadFailed, error, QByteArray("the body could not be read to its end for the digest: ")
+                                                    + SystemText(error));
+    }
+    case Detail::BodySource::DigestOutcome::Cancelled:
+        break;
+    }
+    return {};
+}
+
+ExtractArchive::Step ExtractArchive::FlushWritten(const Detail::WrittenFileSystems &written)
+{
+    QByteArray directory;
+    int error = 0;
+    if (!written.Flush(&directory, &error))
+        return Step::Failure(ReadFailed, error, "flushing the file system of " + directory + " failed: "
+                                                    + SystemText(error));
+    qCInfo(lcExtract, "flushed %zu file system(s)", written.Count());
+    return {};
+}
+
+// The run's result, its reason for the owner and the trail's last line. A file that
+// cannot be opened is not signalled, unlike the other failures (see docs/behaviour.md).
+void ExtractArchive::Conclude(const Step &step, const Tally &tally, qint64 elapsedMs)
+{
+    if (step.Failed())
+        qCWarning(lcExtract, "%s", step.reason.constData());
+    qCInfo(lcExtract, "%s: %lld entries, %lld not written, %lld ms",
+           step.Failed() ? "failed" : tally.stoppedOnRequest ? "stopped on request" : "done",
+           static_cast<long long>(tally.entries), static_cast<long long>(tally.unwritten),
+           static_cast<long long>(elapsedMs));
+    failureReason = QString::fromUtf8(step.reason);
+    failureError = step.error;
+    SetResult(step.result);
+    if (step.Failed() && step.result != OpenFailed)
+        emit ErrorOccurred(step.result);
 }
 
 } // namespace Archive

@@ -1,6 +1,8 @@
 #pragma once
 // Unpacks an archive stored in a file from a given byte offset onto a destination
 // directory, on the job's own thread, with percentage progress from the file position.
+// A failed run says why: GetFailureReason() in words, GetFailureError() the system's
+// error number behind it, for the owner's trail.
 // Every format and compression libarchive reads is accepted; bodies that need seeking
 // (zip, 7-Zip, ISO 9660) work at any offset. Entry names are read and written as UTF-8
 // whatever locale the process runs in. Optionally the body is checked against an
@@ -16,6 +18,7 @@ namespace Archive {
 
 namespace Detail {
 class BodySource;
+class WrittenFileSystems;
 }
 
 class ExtractArchive : public ArchiveProcess
@@ -48,6 +51,12 @@ public:
     // File size / 100, at least 1: the divisor of the percentages.
     qint64 GetProgressStep() const;
 
+    // Why the last run ended in failure, empty after a success; read after finished().
+    QString GetFailureReason() const;
+    // The system's error number behind that failure (ENOSPC, EIO, EROFS...), 0 where
+    // none was involved (a damaged archive, a digest that differs).
+    int GetFailureError() const;
+
     // libarchive's extraction progress callback; `job` is the ExtractArchive, null is ignored.
     static void ReportProgress(void *job);
 
@@ -55,13 +64,23 @@ protected:
     void run() override;
 
 private:
+    // What one step of a run gives back (defined with the steps).
+    struct Step;
+    struct Tally;
     void EmitProgress();
+    Step OpenBody(int *fd, qint64 *bodySize);
+    Step UnpackEntries(Detail::BodySource &source, bool staged, Tally &tally);
+    Step CheckDigest(Detail::BodySource &source);
+    Step FlushWritten(const Detail::WrittenFileSystems &written);
+    void Conclude(const Step &step, const Tally &tally, qint64 elapsedMs);
 
     qint64 startOffset = 0;
     bool skipData = false;
     std::atomic<qint64> progressStep {1};
     QByteArray expectedDigest;
     int lastPercent = -1;
+    QString failureReason;
+    int failureError = 0;
     const Detail::BodySource *body = nullptr; // the body being read, during the run
 };
 

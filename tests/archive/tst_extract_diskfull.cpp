@@ -45,8 +45,12 @@ private slots:
         if (restored) {
             QCOMPARE(outcome.result, Archive::ArchiveProcess::Ok);
             QCOMPARE(TestSupport::ReadFile(target.filePath("b/small.txt")), QByteArray("small\n"));
+            QCOMPARE(job.GetFailureReason(), QString());
         } else {
+            // The owner learns why, not only that: the storage's own error.
             QCOMPARE(outcome.result, Archive::ArchiveProcess::ReadFailed);
+            QCOMPARE(job.GetFailureError(), ENOSPC);
+            QVERIFY2(job.GetFailureReason().contains("No space left on device"), qPrintable(job.GetFailureReason()));
         }
     }
 };
