@@ -77,11 +77,8 @@ bool DecompressionStage::Worthwhile()
 }
 
 DecompressionStage::DecompressionStage(BodyOpener openBody, std::size_t blockSize, std::size_t blockCount)
-    : blockSize(blockSize)
-    , blocks(std::max<std::size_t>(blockCount, 2))
+    : ring(blockSize, blockCount)
 {
-    for (Block &block : blocks)
-        block.data.reset(new unsigned char[blockSize]);
     try {
         worker = std::thread(&DecompressionStage::Run, this, std::move(openBody));
     } catch (...) {
@@ -101,24 +98,20 @@ bool DecompressionStage::Started() const
 
 void DecompressionStage::Stop()
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        abandoned = true;
-    }
-    changed.notify_all();
+    ring.Close();
     if (worker.joinable())
         worker.join();
 }
 
 bool DecompressionStage::Failed() const
 {
-    std::lock_guard<std::mutex> lock(mutex);
+    std::lock_guard<std::mutex> lock(outcomeMutex);
     return failed;
 }
 
 QByteArray DecompressionStage::ErrorText() const
 {
-    std::lock_guard<std::mutex> lock(mutex);
+    std::lock_guard<std::mutex> lock(outcomeMutex);
     return errorText;
 }
 
@@ -143,7 +136,8 @@ void DecompressionStage::Run(const BodyOpener &openBody)
 
 void DecompressionStage::Decompress(struct archive *reader)
 {
-    Block *filling = NextFree();
+    const std::size_t blockSize = ring.BlockSize();
+    BlockRing::Block *filling = ring.Fill();
     while (filling) {
         const void *data = nullptr;
         std::size_t size = 0;
@@ -166,48 +160,22 @@ void DecompressionStage::Decompress(struct archive *reader)
             from += part;
             size -= part;
             if (filling->used == blockSize) {
-                Publish();
-                filling = NextFree();
+                ring.Publish();
+                filling = ring.Fill();
             }
         }
     }
     if (!filling)
         return; // the reader has gone
     if (filling->used > 0)
-        Publish();
+        ring.Publish();
     Finish(false, 0, nullptr);
-}
-
-DecompressionStage::Block *DecompressionStage::NextFree()
-{
-    std::unique_lock<std::mutex> lock(mutex);
-    // The block after the last published one is free once the reader has let go of the
-    // one that sat there a ring ago.
-    changed.wait(lock, [this] {
-        const std::size_t inUse = produced - consumed + (holding ? 1 : 0);
-        return abandoned || inUse < blocks.size();
-    });
-    if (abandoned)
-        return nullptr;
-    Block *block = &blocks[produced % blocks.size()];
-    block->used = 0;
-    return block;
-}
-
-void DecompressionStage::Publish()
-{
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        ++produced;
-    }
-    changed.notify_all();
 }
 
 void DecompressionStage::Finish(bool failure, int error, const char *text)
 {
     {
-        std::lock_guard<std::mutex> lock(mutex);
-        ended = true;
+        std::lock_guard<std::mutex> lock(outcomeMutex);
         failed = failure;
         if (failure) {
             errorNumber = error != 0 ? error : kDamagedStream;
@@ -215,7 +183,7 @@ void DecompressionStage::Finish(bool failure, int error, const char *text)
                                       : QByteArray("Cannot decompress the archive: the stream is damaged or cut short");
         }
     }
-    changed.notify_all();
+    ring.End();
 }
 
 void DecompressionStage::OpenReader(struct archive *reader)
@@ -234,30 +202,17 @@ la_ssize_t DecompressionStage::ReadCallback(struct archive *reader, void *self, 
 
 la_ssize_t DecompressionStage::Read(struct archive *reader, const void **buffer)
 {
-    std::unique_lock<std::mutex> lock(mutex);
     // The library is done with the block it had at its last call.
     if (holding) {
+        ring.Release();
         holding = false;
-        changed.notify_all();
     }
-    while (consumed == produced && !ended) {
-        if (idleWork) {
-            lock.unlock();
-            const bool worked = idleWork();
-            lock.lock();
-            // A block may have come, or the end, while the lock was free.
-            if (worked || consumed != produced || ended)
-                continue;
-        }
-        changed.wait(lock);
-    }
-    if (consumed < produced) {
-        const Block &block = blocks[consumed % blocks.size()];
-        ++consumed;
+    if (const BlockRing::Block *block = ring.Take(true, idleWork)) {
         holding = true;
-        *buffer = block.data.get();
-        return static_cast<la_ssize_t>(block.used);
+        *buffer = block->data.get();
+        return static_cast<la_ssize_t>(block->used);
     }
+    std::lock_guard<std::mutex> lock(outcomeMutex);
     if (failed) {
         archive_set_error(reader, errorNumber, "%s", errorText.constData());
         return ARCHIVE_FATAL;

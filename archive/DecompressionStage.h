@@ -9,21 +9,22 @@
 // libarchive's filters are the only reader of the compression formats: the outcome of a
 // body never depends on which path read it, nor on where its reads happened to end.
 //
-// The stage's thread alone reads the body source between the constructor and Stop(),
-// so the body source needs no locking of its own for its reading; after Stop() it is
-// the caller's again.
+// Between the constructor and Stop() the stage's thread alone reads through the body
+// source, so its reading needs no lock; the reading side touches only the source's
+// thread-safe parts meanwhile: Position() (an atomic, for the percentages) and, as idle
+// work, HelpDigest() (the digest's own ring). After Stop() the source is the caller's
+// again. The plain bytes cross over a BlockRing.
+
+#include "BlockRing.h"
 
 #include <QByteArray>
 
 #include <archive.h>
 
-#include <condition_variable>
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 namespace Archive {
 namespace Detail {
@@ -72,17 +73,8 @@ public:
     QByteArray ErrorText() const;
 
 private:
-    struct Block
-    {
-        std::unique_ptr<unsigned char[]> data;
-        std::size_t used = 0;
-    };
-
     void Run(const BodyOpener &openBody);
     void Decompress(struct archive *reader);
-    // Producer side: a block to fill, or null when the consumer has gone.
-    Block *NextFree();
-    void Publish();
     // Ends the stream for the reading side; with `failed`, as a failure, whatever the
     // library said of it (libarchive's gzip filter reports a cut trailer with neither an
     // error number nor a text).
@@ -91,16 +83,10 @@ private:
     static la_ssize_t ReadCallback(struct archive *reader, void *self, const void **buffer);
     la_ssize_t Read(struct archive *reader, const void **buffer);
 
-    const std::size_t blockSize;
-    std::vector<Block> blocks;
+    BlockRing ring;
+    bool holding = false; // the reading side still looks at the block it took last
 
-    mutable std::mutex mutex;
-    std::condition_variable changed;
-    std::size_t produced = 0;  // blocks published so far
-    std::size_t consumed = 0;  // blocks handed to the reader so far
-    bool holding = false;      // the reader still looks at block consumed - 1
-    bool ended = false;        // no more blocks will be published
-    bool abandoned = false;    // the reader side has stopped
+    mutable std::mutex outcomeMutex; // the three below, set once before the ring ends
     bool failed = false;
     int errorNumber = 0;
     QByteArray errorText;

@@ -8,19 +8,17 @@ namespace Archive {
 namespace Detail {
 
 DigestPipeline::DigestPipeline(bool ownThread)
+    : ring(kChunkSize, kChunkCount)
 {
     MD5Init(context);
-    for (Chunk &chunk : chunks)
-        chunk.data.reset(new unsigned char[kChunkSize]);
-    filling = &chunks[0];
-    if (std::thread::hardware_concurrency() <= 1)
-        return;
-    queued = !ownThread;
-    if (ownThread) {
+    filling = ring.Fill();
+    onTheSpot = std::thread::hardware_concurrency() <= 1;
+    if (ownThread && !onTheSpot) {
         try {
             worker = std::thread(&DigestPipeline::Work, this);
         } catch (...) {
             // No second thread to be had: digest on the producing thread.
+            onTheSpot = true;
         }
     }
 }
@@ -42,64 +40,45 @@ void DigestPipeline::Commit(std::size_t size)
     filling->used += size;
 }
 
-void DigestPipeline::Finish(unsigned char digest[16])
-{
-    if (filling->used > 0)
-        HandOver();
-    StopWorker();
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        CatchUp(lock, 0);
-    }
-    MD5Final(context, digest);
-}
-
 void DigestPipeline::HandOver()
 {
-    if (!worker.joinable() && !queued) {
+    if (onTheSpot) {
         MD5Update(context, filling->data.get(), filling->used);
         filling->used = 0;
         return;
     }
-    std::unique_lock<std::mutex> lock(mutex);
-    ++handedOver;
-    changed.notify_all();
+    ring.Publish();
     // The next chunk is free once the digest has finished the one a ring ago. Rather
     // than wait for the digest to catch up, take a turn at it.
-    CatchUp(lock, kChunkCount - 1);
-    filling = &chunks[handedOver % kChunkCount];
-    filling->used = 0;
+    filling = ring.Fill([this] { return HelpOnce(); });
 }
 
-void DigestPipeline::CatchUp(std::unique_lock<std::mutex> &lock, std::size_t behind)
+void DigestPipeline::Finish(unsigned char digest[16])
 {
-    while (handedOver - digested > behind) {
-        if (busy)
-            changed.wait(lock);
-        else
-            DigestNext(lock);
+    if (onTheSpot) {
+        MD5Update(context, filling->data.get(), filling->used);
+        filling->used = 0;
+    } else {
+        if (filling->used > 0)
+            ring.Publish();
+        StopWorker();
+        // Whatever the thread or the helpers left is digested here, in order.
+        while (const BlockRing::Block *chunk = ring.Take(true)) {
+            MD5Update(context, chunk->data.get(), chunk->used);
+            ring.Release();
+        }
     }
+    MD5Final(context, digest);
 }
 
 bool DigestPipeline::HelpOnce()
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    if (busy || digested == handedOver)
+    const BlockRing::Block *chunk = ring.Take(false);
+    if (!chunk)
         return false;
-    DigestNext(lock);
+    MD5Update(context, chunk->data.get(), chunk->used);
+    ring.Release();
     return true;
-}
-
-void DigestPipeline::DigestNext(std::unique_lock<std::mutex> &lock)
-{
-    busy = true;
-    const Chunk &chunk = chunks[digested % kChunkCount];
-    lock.unlock();
-    MD5Update(context, chunk.data.get(), chunk.used);
-    lock.lock();
-    busy = false;
-    ++digested;
-    changed.notify_all();
 }
 
 void DigestPipeline::Work()
@@ -110,26 +89,18 @@ void DigestPipeline::Work()
     // Lowering one's own thread's priority needs no privilege; failing to is harmless
     // (see docs/behaviour.md).
     setpriority(PRIO_PROCESS, static_cast<id_t>(::syscall(SYS_gettid)), 10);
-    std::unique_lock<std::mutex> lock(mutex);
-    for (;;) {
-        changed.wait(lock, [this] { return !busy && (digested < handedOver || stopping); });
-        // Stopping: everything handed over is digested before the thread ends.
-        if (digested == handedOver)
-            return;
-        DigestNext(lock);
+    // Stopping: everything handed over is digested before the thread ends.
+    while (const BlockRing::Block *chunk = ring.Take(true)) {
+        MD5Update(context, chunk->data.get(), chunk->used);
+        ring.Release();
     }
 }
 
 void DigestPipeline::StopWorker()
 {
-    if (!worker.joinable())
-        return;
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        stopping = true;
-    }
-    changed.notify_all();
-    worker.join();
+    ring.End();
+    if (worker.joinable())
+        worker.join();
 }
 
 } // namespace Detail

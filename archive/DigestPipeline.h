@@ -12,13 +12,11 @@
 // producer's core, hold its chunk while the producer ran, and make everyone wait for it.
 // On a single core the chunks are digested on the spot.
 
-#include <condition_variable>
-#include <cstddef>
-#include <memory>
-#include <mutex>
-#include <thread>
-
+#include "BlockRing.h"
 #include "MD5.h"
+
+#include <cstddef>
+#include <thread>
 
 namespace Archive {
 namespace Detail {
@@ -50,32 +48,14 @@ public:
     bool Threaded() const { return worker.joinable(); }
 
 private:
-    struct Chunk
-    {
-        std::unique_ptr<unsigned char[]> data;
-        std::size_t used = 0;
-    };
-
     void HandOver();
-    // With the lock held, no one else digesting and a chunk waiting: digests it, the lock
-    // released meanwhile.
-    void DigestNext(std::unique_lock<std::mutex> &lock);
-    // With the lock held: digests (or waits for whoever is digesting) until at most
-    // `behind` chunks handed over are left undigested.
-    void CatchUp(std::unique_lock<std::mutex> &lock, std::size_t behind);
     void Work();
     void StopWorker();
 
     MD5Context context;
-    Chunk chunks[kChunkCount];
-    Chunk *filling = nullptr;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::size_t handedOver = 0;
-    std::size_t digested = 0;
-    bool busy = false; // a thread is digesting chunk `digested`
-    bool queued = false; // chunks wait for helpers, there being no digest thread
-    bool stopping = false;
+    BlockRing ring;
+    BlockRing::Block *filling = nullptr;
+    bool onTheSpot = false; // one core: each chunk is digested as it fills, no hand-over
     std::thread worker;
 };
 
