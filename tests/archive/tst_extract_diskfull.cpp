@@ -1,9 +1,12 @@
 // Storage that refuses entries. Full storage ("/full", a 1 MiB tmpfs inside the throwaway
-// root) makes the restore fail, promptly and without a hang: the data cannot be whole. An
+// root) and read-only storage ("/readonly", where a failing flash ends) make the restore
+// fail, promptly and without a hang: the data cannot be whole. An
 // entry the file system refuses for its own reasons (a name too long for it) is passed
 // over, as backups holding paths a display model cannot write must still restore.
 
 #include "ArchiveTestSupport.h"
+
+#include <cstring>
 
 using namespace ArchiveTest;
 
@@ -17,11 +20,13 @@ private slots:
         QTest::addColumn<QStringList>("options"); // the body's digest is checked too
         QTest::addColumn<QString>("targetDirectory");
         QTest::addColumn<bool>("restored");
+        QTest::addColumn<int>("error");
         const QString longName = QString(300, QLatin1Char('n'));
-        QTest::newRow("full, tar.gz") << QStringList {"-z"} << "/full" << false;
-        QTest::newRow("full, zip") << QStringList {"--format", "zip"} << "/full" << false;
+        QTest::newRow("full, tar.gz") << QStringList {"-z"} << "/full" << false << ENOSPC;
+        QTest::newRow("full, zip") << QStringList {"--format", "zip"} << "/full" << false << ENOSPC;
+        QTest::newRow("read-only, tar") << QStringList {} << "/readonly" << false << EROFS;
         QTest::newRow("name too long, tar.gz")
-            << QStringList {"-z", "-s", "|a/big.bin|a/" + longName + "|"} << "/tmp" << true;
+            << QStringList {"-z", "-s", "|a/big.bin|a/" + longName + "|"} << "/tmp" << true << 0;
     }
 
     void storageRefusals()
@@ -30,14 +35,18 @@ private slots:
         QFETCH(QStringList, options);
         QFETCH(QString, targetDirectory);
         QFETCH(bool, restored);
+        QFETCH(int, error);
         const QByteArray big = RandomBytes(3 << 20, 1);
         const QByteArray body = ArchiveOf({{"a/big.bin", big}, {"b/small.txt", "small\n"}},
                                           options);
         QVERIFY(!body.isEmpty());
         QTemporaryDir scratch;
-        QTemporaryDir target(targetDirectory + QStringLiteral("/restore-XXXXXX"));
-        QVERIFY(target.isValid());
-        Archive::ExtractArchive job(target.path(), WriteBackup(scratch.filePath("b"), body), 204);
+        // The read-only file system is the destination itself: nothing can be made in it.
+        QTemporaryDir writable(targetDirectory + QStringLiteral("/restore-XXXXXX"));
+        const QString destination = error == EROFS ? targetDirectory : writable.path();
+        QVERIFY(error == EROFS || writable.isValid());
+        QDir target(destination);
+        Archive::ExtractArchive job(destination, WriteBackup(scratch.filePath("b"), body), 204);
         job.SetExpectedDigest(Md5(body));
         const Outcome outcome = Run(job);
         QVERIFY(outcome.clean);
@@ -49,8 +58,8 @@ private slots:
         } else {
             // The owner learns why, not only that: the storage's own error.
             QCOMPARE(outcome.result, Archive::ArchiveProcess::ReadFailed);
-            QCOMPARE(job.GetFailureError(), ENOSPC);
-            QVERIFY2(job.GetFailureReason().contains("No space left on device"), qPrintable(job.GetFailureReason()));
+            QCOMPARE(job.GetFailureError(), error);
+            QVERIFY2(job.GetFailureReason().contains(std::strerror(error)), qPrintable(job.GetFailureReason()));
         }
     }
 };
