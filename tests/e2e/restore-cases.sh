@@ -134,6 +134,17 @@ windows_centred() { # every window the program showed stood in the middle of the
               END { exit bad || n == 0 }' "$out/style.log"
 }
 
+# box_drawn_where_placed: the last message's screenshot shows one box on the black screen,
+# exactly where the program placed its last window (which windows_centred finds centred).
+box_drawn_where_placed() {
+  local shot placed box
+  shot=$(ls "$out"/*-message.png | tail -n 1)
+  placed=$(awk -F'\t' '$1 == "placed" { p = $5 "x" $6 "+" $3 "+" $4 } END { print p }' "$out/style.log")
+  box=$(convert "$shot" -format '%@' info:)
+  [ -n "$placed" ] && [ "$box" = "$placed" ] ||
+    { echo "$shot shows a box at $box, the window was placed at $placed" >&2; return 1; }
+}
+
 # title_shown_whole TITLE: the last title label that drew TITLE drew it inside the label, the
 # label lies on the screen, and the screenshot of that message shows the title's ink clear of
 # the label's edges and over the middle of the label: nothing cut, nothing off-centre.
@@ -245,6 +256,7 @@ case_success_v2_targz() {
   expect_success
   check "16-point application font in every dialog" font_is_16pt
   check "every window in the middle of the screen" windows_centred
+  check "the outcome's box drawn there on the screen" box_drawn_where_placed
   check "the outcome's title whole and centred on the screen" title_shown_whole "Backup Restored"
   check "a non-ASCII name with blanks restored" \
     test -f "$root/home/data/Aufträge & Kunden/Müller Hof/Feld Süd – Mais.txt"
@@ -335,6 +347,7 @@ case_german() {
     dialogs_are "$(cannot_open_de /media/usb/fehlt.qvb)" "$progress_de" "$failed_de"
   check "the German failure title whole and centred on the screen" title_shown_whole "${failed_de_title}"
   check "every window in the middle of the screen" windows_centred
+  check "the failure's box drawn there on the screen" box_drawn_where_placed
   check "data areas empty apart from hidden entries" only_hidden_left
   check "restore marker removed" marker_gone
 }
