@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # End-to-end cases of qvb-restore: the program as installed for a display, started inside a
 # throwaway root (tools/in-root) on real backups made here with bsdtar and qvb-make-backup,
-# under an X server of its own, its buttons pressed with the mouse (tools/e2e/drive-restore).
+# on Qt's vnc framebuffer platform, its buttons tapped over RFB (tools/e2e/drive-restore).
 # The recording test style tells what the dialogs showed; the root's data areas are then
 # compared with what the archive holds. The host is never touched: every root is a
 # temporary directory, removed at the end.
@@ -9,7 +9,8 @@
 #   restore-cases.sh CASE
 #
 # Environment (set by CTest): QVB_SOURCE_DIR, QVB_BUILD_DIR, QVB_IN_ROOT, QVB_E2E_STAGE (the
-# staged installation), QVB_E2E_PLUGINS, QVB_MAKE_BACKUP.
+# staged installation), QVB_E2E_PLUGINS, QVB_MAKE_BACKUP, QVB_E2E_COVERED_STACK (two dialogs,
+# one covering the other).
 set -euo pipefail
 
 case_name=${1:?usage: restore-cases.sh CASE}
@@ -133,6 +134,17 @@ windows_centred() { # every window the program showed stood in the middle of the
               END { exit bad || n == 0 }' "$out/style.log"
 }
 
+# box_drawn_where_placed: the last message's screenshot shows one box on the black screen,
+# exactly where the program placed its last window (which windows_centred finds centred).
+box_drawn_where_placed() {
+  local shot placed box
+  shot=$(ls "$out"/*-message.png | tail -n 1)
+  placed=$(awk -F'\t' '$1 == "placed" { p = $5 "x" $6 "+" $3 "+" $4 } END { print p }' "$out/style.log")
+  box=$(convert "$shot" -format '%@' info:)
+  [ -n "$placed" ] && [ "$box" = "$placed" ] ||
+    { echo "$shot shows a box at $box, the window was placed at $placed" >&2; return 1; }
+}
+
 # title_shown_whole TITLE: the last title label that drew TITLE drew it inside the label, the
 # label lies on the screen, and the screenshot of that message shows the title's ink clear of
 # the label's edges and over the middle of the label: nothing cut, nothing off-centre.
@@ -244,6 +256,7 @@ case_success_v2_targz() {
   expect_success
   check "16-point application font in every dialog" font_is_16pt
   check "every window in the middle of the screen" windows_centred
+  check "the outcome's box drawn there on the screen" box_drawn_where_placed
   check "the outcome's title whole and centred on the screen" title_shown_whole "Backup Restored"
   check "a non-ASCII name with blanks restored" \
     test -f "$root/home/data/Aufträge & Kunden/Müller Hof/Feld Süd – Mais.txt"
@@ -334,6 +347,7 @@ case_german() {
     dialogs_are "$(cannot_open_de /media/usb/fehlt.qvb)" "$progress_de" "$failed_de"
   check "the German failure title whole and centred on the screen" title_shown_whole "${failed_de_title}"
   check "every window in the middle of the screen" windows_centred
+  check "the failure's box drawn there on the screen" box_drawn_where_placed
   check "data areas empty apart from hidden entries" only_hidden_left
   check "restore marker removed" marker_gone
 }
@@ -531,6 +545,66 @@ case_stick_pulled() {
   expect_failure
   check "the failure is told within seconds" test $((SECONDS - started)) -lt 60
   check "the trail has the read error" program_said 'Input/output error'
+}
+
+# --- taps that must change nothing -----------------------------------------------------------
+
+same_picture() { # A.png B.png: not one pixel differs
+  local differ
+  differ=$(compare -metric AE "$1" "$2" null: 2>&1) || true
+  [ "$differ" = 0 ] || { echo "$differ pixels differ between $1 and $2" >&2; return 1; }
+}
+
+# pixel PNG X Y: the colour there as "R G B", 0 to 255.
+pixel() {
+  convert "$1" -format "%[fx:int(255*p{$2,$3}.r+.5)] %[fx:int(255*p{$2,$3}.g+.5)] %[fx:int(255*p{$2,$3}.b+.5)]" info:
+}
+
+# overlay_shown COVERED TOP: in the screenshot taken when the covered window painted, its
+# corner shows through the overlay as the top window's corner (the same dialog background)
+# darkened by 102/255 black, the overlay's colour.
+overlay_shown() {
+  local shot corner c t i
+  shot=$(ls "$out"/*-message.png | head -n 1)
+  corner() { awk -F'\t' -v w="$1" '$1 == "placed" && $2 == w { print $3 + 3, $4 + 3 }' "$out/style.log"; }
+  read -r -a c <<< "$(pixel "$shot" $(corner "$1"))"
+  read -r -a t <<< "$(pixel "$shot" $(corner "$2"))"
+  [ ${#c[@]} -eq 3 ] && [ ${#t[@]} -eq 3 ] || { echo "no corners of $1 and $2 in $shot" >&2; return 1; }
+  for i in 0 1 2; do
+    if (( c[i] - t[i] * 153 / 255 > 2 || t[i] * 153 / 255 - c[i] > 2 )); then
+      echo "covered corner ${c[*]}, top corner ${t[*]} in $shot: no overlay of 102/255 black" >&2
+      return 1
+    fi
+  done
+}
+
+# tapped_while_covered: the driver tapped the first window's button after the second had
+# painted over it.
+tapped_while_covered() {
+  local covered_at tapped_at
+  covered_at=$(awk -F'\t' '$1 == "painted" && $2 == "win2" { print $3 }' "$out/style.log")
+  tapped_at=$(awk -F'\t' '$2 ~ /^click .*StandardButtonsDialog/ { print $1; exit }' "$out/events")
+  [ -n "$covered_at" ] && [ -n "$tapped_at" ] && [ "$tapped_at" -gt "$covered_at" ]
+}
+
+case_taps_missed() {
+  # A tap 10 pixels beside the outcome's button (120 wide) changes nothing on the screen;
+  # one tap on the button then closes the message.
+  make_backup tar.gz 20 1
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  run_program --tap-beside 70 -- "$backup"
+  expect_success
+  check "the message unchanged on the screen after a tap beside its button" \
+    same_picture "$(ls "$out"/*-message.png | tail -n 1)" "$(ls "$out"/*-beside.png | tail -n 1)"
+  check "then one tap on the button closed it" bash -c "! grep -q 'click again' '$out/events'"
+  # A dialog covered by another: the tap on its button is swallowed by the overlay over it,
+  # and the dialog on top is answered.
+  qvb_run_in_root "$root" --timeout 60 -- "$QVB_E2E_COVERED_STACK"
+  check "exit status 0: the covered dialog's button never reacted" expect_exit 0
+  check "its button was tapped while the other dialog covered it" tapped_while_covered
+  check "the overlay drawn over the covered dialog" overlay_shown win1 win2
+  check "both windows in the middle of the screen" windows_centred
 }
 
 type "case_$case_name" > /dev/null 2>&1 || { echo "unknown case $case_name" >&2; exit 2; }

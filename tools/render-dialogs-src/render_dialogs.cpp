@@ -2,9 +2,9 @@
 //
 //   qvb_render_dialogs <output-directory> <german .qm file>
 //
-// (tools/render-dialogs builds it and runs it under an X server of 1024 by 768 pixels, the
-// display's screen.) Each picture is the whole screen as it shows the kind, read back from
-// the X server, so a box that is not centred or a text that is cut shows as such. The
+// (tools/render-dialogs builds it and runs it on Qt's vnc platform at 1024 by 768 pixels, the
+// display's screen.) Each picture is the whole screen as it shows the kind, the framebuffer
+// as the platform composed it, so a box that is not centred or a text that is cut shows as such. The
 // faults the dialog test looks for are printed as well; the exit status is 1 when any is
 // found.
 
@@ -49,7 +49,7 @@ int main(int argc, char **argv)
         }
         for (const Gallery::Kind &kind : Gallery::Kinds()) {
             QList<QWidget *> shown = kind.show(language.language);
-            // Give the X server time to draw what was mapped before reading it back.
+            // Give the platform time to compose what was shown before reading it back.
             for (int i = 0; i < 10; ++i) {
                 QApplication::processEvents();
                 QThread::msleep(20);
