@@ -34,6 +34,17 @@ void SkipUnusedOpenGlIntegration()
         qputenv("QT_XCB_GL_INTEGRATION", "none");
 }
 
+// Qt's linuxfb platform, which the display runs on, stretches the first window a
+// program shows over the whole screen, for applications made of one full-screen window.
+// Here the first window is the progress box (or the open-failure message), a 520 by 315
+// box that must stand in the middle of the screen like every later one. A setting made
+// by whoever started the program is kept (see docs/behaviour.md).
+void KeepFirstWindowItsSize()
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_FB_FORCE_FULLSCREEN"))
+        qputenv("QT_QPA_FB_FORCE_FULLSCREEN", "0");
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -42,6 +53,7 @@ int main(int argc, char *argv[])
     QApplication::setStyle(QStringLiteral("talon_style"));
     RequestWindowDecoration(QStringLiteral("talon_decoration"));
     SkipUnusedOpenGlIntegration();
+    KeepFirstWindowItsSize();
 
     QApplication application(argc, argv);
     Language::Initialize();
