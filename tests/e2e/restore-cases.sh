@@ -533,6 +533,66 @@ case_stick_pulled() {
   check "the trail has the read error" program_said 'Input/output error'
 }
 
+case_read_only_data() {
+  # "/home/data" mounted read-only: nothing can be restored there, so nothing anywhere may
+  # be removed first, and the outcome must say so.
+  make_backup tar.gz 20 1
+  qvb_prepare_root "$root"
+  mount_on "$root/home/data" --bind "$root/home/data"
+  mount -o remount,bind,ro "$root/home/data"
+  qvb_manifest "$root" > "$work/before"
+  run_program -- "$backup"
+  check "exit status 0" expect_exit 0
+  check "progress dialog, then \"QVB Restore Failed\"" dialogs_are "$progress_en" "$failed_en"
+  qvb_manifest "$root" > "$work/after"
+  check "nothing removed or changed in either data area or the database" same "$work/before" "$work/after"
+  check "nothing outside the data areas touched" decoys_intact
+}
+
+# stat_of PATH...: each path with its inode and change time, or "missing"
+stat_of() { local p; for p; do stat -c $'%n\t%i %z' "$p" 2> /dev/null || printf '%s\tmissing\n' "$p"; done; }
+# wait_for COMMAND...: polls COMMAND for up to a minute
+wait_for() { local i; for i in $(seq 3000); do "$@" 2> /dev/null && return 0; sleep 0.02; done; return 1; }
+unchanged() { # NOTED NOW: the same lines, or a few of those that differ and how many
+  diff "$1" "$2" > "$work/changes" && return
+  grep '^>' "$work/changes" | head -n 5 >&2
+  echo "... $(grep -c '^>' "$work/changes") of $(wc -l < "$1") differ" >&2
+  return 1
+}
+unpacking() { awk -F'\t' '$1 == "progress" && $2 >= 1 { f = 1 } END { exit !f }' "$out/style.log"; }
+
+case_second_start() {
+  # A second start while the first restores: it must leave everything to the first. From
+  # the host, once the first is unpacking: a sentinel file is planted, the marker and the
+  # files unpacked so far are noted; when the second has ended all must be unchanged.
+  make_backup tar.gz 10000 32
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  rm -rf "$out"
+  (
+    wait_for unpacking || exit 0
+    grep -q 'second start' "$out/events" || : > "$work/before-second"
+    : > "$root/home/data/zz-sentinel"
+    { stat_of "$root/home/data/qvb-restore-in-progress" "$root/home/data/zz-sentinel"
+      find "$root/home/data" "$root/opt/OEM/data" -type f -links 1 ! -name qvb-restore-in-progress \
+        -exec stat -c $'%n\t%i %z' {} +; } > "$work/noted"
+    wait_for test -e "$out/second-exit-status"
+    cut -f1 "$work/noted" | while IFS= read -r p; do stat_of "$p"; done > "$work/at-second-end"
+    rm -f "$root/home/data/zz-sentinel"
+  ) &
+  local watcher=$!
+  run_program --timeout 30 --second-start-at 1 -- "$backup"
+  wait "$watcher" || true
+  check "the first was unpacking before the second started" test -e "$work/before-second"
+  check "the second ended by itself" grep -qvx timeout "$out/second-exit-status"
+  check "the second ended within 5 s" awk -F'\t' '$2 ~ /^second start/ { s = $1 } $2 ~ /^second exit/ { e = $1 }
+    END { if (e - s >= 5000) print "the second took " e - s " ms" > "/dev/stderr"; exit !(s && e && e - s < 5000) }' "$out/events"
+  check "the second showed no window" bash -c "! grep -q '^shown' '$out/second-style.log' 2> /dev/null"
+  check "the second removed, rewrote or unpacked nothing and left the marker alone" \
+    unchanged "$work/noted" "$work/at-second-end"
+  expect_success
+}
+
 type "case_$case_name" > /dev/null 2>&1 || { echo "unknown case $case_name" >&2; exit 2; }
 "case_$case_name"
 finish
