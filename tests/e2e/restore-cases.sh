@@ -607,6 +607,63 @@ case_taps_missed() {
   check "both windows in the middle of the screen" windows_centred
 }
 
+case_read_only_data() {
+  # "/home/data" mounted read-only: nothing can be restored there, so nothing anywhere may
+  # be removed first, and the outcome must say so.
+  make_backup tar.gz 20 1
+  qvb_prepare_root "$root"
+  mount_on "$root/home/data" --bind "$root/home/data"
+  mount -o remount,bind,ro "$root/home/data"
+  qvb_manifest "$root" > "$work/before"
+  run_program -- "$backup"
+  check "exit status 0" expect_exit 0
+  # The storage cannot take the marker, so it cannot record a restore: nothing is
+  # unpacked, and no progress is shown for it.
+  check "only \"QVB Restore Failed\"" dialogs_are "$failed_en"
+  qvb_manifest "$root" > "$work/after"
+  check "nothing removed or changed in either data area or the database" same "$work/before" "$work/after"
+  check "nothing outside the data areas touched" decoys_intact
+}
+
+# stat_of PATH...: each path with its inode and change time, or "missing"
+stat_of() { local p; for p; do stat -c $'%n\t%i %z' "$p" 2> /dev/null || printf '%s\tmissing\n' "$p"; done; }
+# wait_for COMMAND...: polls COMMAND for up to a minute
+wait_for() { local i; for i in $(seq 3000); do "$@" 2> /dev/null && return 0; sleep 0.02; done; return 1; }
+
+case_second_start() {
+  # A second start while the first restores must leave everything to the first. From the
+  # host, once the first is unpacking: a visible sentinel is planted (a second wipe would
+  # take it) and the marker noted (a second restore would touch it); both must be as they
+  # were when the second has ended.
+  make_backup tar.gz 10000 32
+  qvb_prepare_root "$root"
+  expected_after_success "$work/body"
+  rm -rf "$out"
+  local marker=$root/home/data/qvb-restore-in-progress sentinel=$root/home/data/zz-sentinel
+  (
+    wait_for grep -q '^qvb.restore: unpacking' "$out/program.out" || exit 0
+    grep -q 'second start' "$out/events" || : > "$work/before-second"
+    : > "$sentinel"
+    stat_of "$marker" "$sentinel" > "$work/noted"
+    wait_for test -e "$out/second-exit-status"
+    stat_of "$marker" "$sentinel" > "$work/at-second-end"
+    rm -f "$sentinel"
+  ) &
+  local watcher=$!
+  run_program --timeout 60 --second-start-at 1 -- "$backup"
+  wait "$watcher" || true
+  check "the first was unpacking before the second started" test -e "$work/before-second"
+  check "the second ended by itself with status 0" grep -qx 0 "$out/second-exit-status"
+  check "the second ended within 5 s" awk -F'\t' '$2 ~ /^second start/ { s = $1 } $2 ~ /^second exit/ { e = $1 }
+    END { if (e - s >= 5000) print "the second took " e - s " ms" > "/dev/stderr"; exit !(s && e && e - s < 5000) }' "$out/events"
+  check "the second showed no window" bash -c "! grep -q '^shown' '$out/second-style.log' 2> /dev/null"
+  check "the second's trail says it left the restore alone" grep -q 'another restore is running' "$out/second-program.out"
+  check "the second removed nothing and left the marker alone" same "$work/noted" "$work/at-second-end"
+  expect_success
+}
+
+# Sourced by crash-states.sh for the helpers above: no case is run then.
+[ "${BASH_SOURCE[0]}" = "$0" ] || return 0
 type "case_$case_name" > /dev/null 2>&1 || { echo "unknown case $case_name" >&2; exit 2; }
 "case_$case_name"
 finish
