@@ -362,6 +362,25 @@ private slots:
         QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(body));
     }
 
+    // A reader that seeks away and reads no more (a damaged 7-Zip start header sends it to
+    // the body's end) must still leave the whole body in the digest.
+    void bodySourceDigestAfterTrailingSeek()
+    {
+        const QByteArray body = QByteArray::fromHex("377abcaf271c00af27637db6d81c00033200000000002e637db6d871"
+                                                    "7eae73af") + QByteArray(65537 - 32, '\0');
+        QTemporaryDir dir;
+        const QString path = WriteBackup(dir.filePath("backup"), body, 204);
+        FileDescriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+        QVERIFY(fd.IsOpen() && ::lseek(fd.Get(), 204, SEEK_SET) == 204);
+        BodySource source(fd.Get(), true);
+        QVERIFY(WalkBody(source, true).status < ARCHIVE_OK);
+        unsigned char digest[16];
+        const std::atomic<bool> noCancel {false};
+        QVERIFY(source.Finish(digest, noCancel) == BodySource::DigestOutcome::Complete);
+        QEXPECT_FAIL("", "the digest goes on from where the seek left the descriptor", Continue);
+        QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(body));
+    }
+
     // Skipping data must not run past the end of a cut-off body, or the missing end of an
     // entry would pass for skipped data.
     void bodySourceSkipStopsAtEndOfFile()
