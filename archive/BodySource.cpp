@@ -57,6 +57,9 @@ bool BodySource::StreamIntact() const
 
 BodySource::DigestOutcome BodySource::Finish(unsigned char digest[16], const std::atomic<bool> &cancel)
 {
+    // A reader that sought elsewhere and read no more has broken the order all the same:
+    // going on from where the seek left the descriptor would leave bytes out.
+    CheckStreamContinues();
     if (!StreamIntact())
         return DigestSeparately(digest, cancel);
     // The reader stops at the archive's end marker; what follows it (tar's block

@@ -9,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <cstdio>
 #include <ctime>
 #include <limits>
 #include <locale.h>
@@ -122,10 +123,18 @@ std::string FormatDate(std::int64_t timestamp)
     struct tm calendar = {};
     if (seconds != timestamp || localtime_r(&seconds, &calendar) == nullptr)
         return std::string();
-    CLocaleScope c;
-    char text[17] = {};
-    if (strftime(text, sizeof text, kDateFormat, &calendar) == 0)
+    // The year always takes four digits, zero-padded: "%Y" prints the year 20 as "20",
+    // which shifted every later field and read back as another date. A year beyond 9999
+    // does not fit the field at all.
+    if (calendar.tm_year + 1900 < 0 || calendar.tm_year + 1900 > 9999)
         return std::string();
+    CLocaleScope c;
+    char monthDay[16] = {}, time[16] = {};
+    if (strftime(monthDay, sizeof monthDay, "%m%d", &calendar) == 0
+        || strftime(time, sizeof time, "%I%M%S%p", &calendar) == 0)
+        return std::string();
+    char text[17] = {};
+    std::snprintf(text, sizeof text, "%s%04d%s", monthDay, calendar.tm_year + 1900, time);
     return text;
 }
 

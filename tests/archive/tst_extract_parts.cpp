@@ -377,7 +377,6 @@ private slots:
         unsigned char digest[16];
         const std::atomic<bool> noCancel {false};
         QVERIFY(source.Finish(digest, noCancel) == BodySource::DigestOutcome::Complete);
-        QEXPECT_FAIL("", "the digest goes on from where the seek left the descriptor", Continue);
         QCOMPARE(QByteArray(reinterpret_cast<const char *>(digest), 16), Md5(body));
     }
 
