@@ -124,6 +124,9 @@ private slots:
         QTest::newRow("read-only data") << "/good.qvb" << "read-only" << QStringList{kFailed + "old hidden database"};
         // A second start while a restore runs shows nothing and touches nothing.
         QTest::newRow("another restore running") << "/good.qvb" << "another restore running" << QStringList{};
+        // An entry the clearing cannot remove (a mount point): the data areas are neither
+        // as they were nor empty, so the marker stays to tell it.
+        QTest::newRow("clearing refused") << "/good.qvb" << "clearing refused" << QStringList{kFailed + "marker hidden"};
     }
 
     void orderOfEvents()
@@ -134,12 +137,14 @@ private slots:
         QVERIFY(QDir("/home/data").removeRecursively() && QDir("/opt/OEM").removeRecursively());
         QVERIFY(QDir().mkpath("/home/data"));
         bool mounted = false;
-        const auto unmount = qScopeGuard([&mounted] {
+        QString mountPoint;
+        const auto unmount = qScopeGuard([&] {
             if (mounted)
-                TestSupport::Run("umount", {"/home/data"});
+                TestSupport::Run("umount", {mountPoint});
         });
-        if (storage == "read-only") {
-            mounted = TestSupport::Run("mount", {"-t", "tmpfs", "tmpfs", "/home/data"}) == 0;
+        mountPoint = storage == "read-only" ? "/home/data" : "/opt/OEM/data/stuck";
+        if (storage == "read-only" || storage == "clearing refused") {
+            mounted = QDir().mkpath(mountPoint) && TestSupport::Run("mount", {"-t", "tmpfs", "tmpfs", mountPoint}) == 0;
             QVERIFY(mounted);
         }
         for (const auto &[name, path] : kWatched.mid(1, 3))
@@ -156,7 +161,9 @@ private slots:
         QCOMPARE(RunRestore(backup), sights);
         // Marker gone; after a failure the data areas are empty again, hidden entries apart;
         // where nothing could be or was to be touched, nothing was.
-        if (!storage.isEmpty())
+        if (storage == "clearing refused")
+            QCOMPARE(Present(), QString("marker hidden"));
+        else if (!storage.isEmpty())
             QCOMPARE(Present(), QString("old hidden database"));
         else
             QCOMPARE(Present(), backup == "/good.qvb" ? QString("hidden restored") : "hidden");
