@@ -1,5 +1,7 @@
 #include "DecompressionStage.h"
 
+#include "BodySource.h"
+
 #include "Handles.h"
 #include "SystemFiles.h"
 
@@ -219,6 +221,28 @@ la_ssize_t DecompressionStage::Read(struct archive *reader, const void **buffer)
     }
     *buffer = nullptr;
     return 0;
+}
+
+BodyReading OpenBodyReading(BodySource &source, bool staged, std::size_t blockSize, std::size_t blockCount)
+{
+    BodyReading reading;
+    if (staged) {
+        reading.stage = std::make_unique<DecompressionStage>(
+            [&source](struct archive *reader) { source.Open(reader); }, blockSize, blockCount);
+        if (!reading.stage->Started())
+            reading.stage.reset();
+        else if (source.StreamIntact())
+            reading.stage->SetIdleWork([&source] { return source.HelpDigest(); });
+    }
+    reading.reader.reset(archive_read_new());
+    archive_read_support_format_all(reading.reader.get());
+    if (reading.stage) {
+        reading.stage->OpenReader(reading.reader.get());
+    } else {
+        archive_read_support_filter_all(reading.reader.get());
+        source.Open(reading.reader.get());
+    }
+    return reading;
 }
 
 } // namespace Detail

@@ -16,6 +16,7 @@
 // again. The plain bytes cross over a BlockRing.
 
 #include "BlockRing.h"
+#include "Handles.h"
 
 #include <QByteArray>
 
@@ -23,6 +24,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -95,6 +97,20 @@ private:
 
     std::thread worker;
 };
+
+// The parsing reader over a body as the extraction reads it: behind a decompression stage
+// when `staged` (and a thread could be had), the body's own digest then helped along by
+// the reading side while it waits; otherwise straight from the body with libarchive's
+// filters. Every format is accepted. The stage, if any, must outlive the reader's use.
+class BodySource;
+struct BodyReading
+{
+    std::unique_ptr<DecompressionStage> stage;
+    Reader reader;
+};
+BodyReading OpenBodyReading(BodySource &source, bool staged,
+                            std::size_t blockSize = DecompressionStage::kDefaultBlockSize,
+                            std::size_t blockCount = DecompressionStage::kDefaultBlockCount);
 
 } // namespace Detail
 } // namespace Archive

@@ -256,37 +256,23 @@ ExtractArchive::Step ExtractArchive::UnpackEntries(Detail::BodySource &source, b
 {
     // Before the readers exist: libarchive settles a handle's character set on first use.
     const Detail::Utf8CharacterTypeForThisThread utf8Names;
-    std::unique_ptr<Detail::DecompressionStage> stage;
-    if (staged) {
-        stage = std::make_unique<Detail::DecompressionStage>([&source](struct archive *reader) { source.Open(reader); });
-        if (!stage->Started())
-            stage.reset();
-        else if (source.StreamIntact())
-            stage->SetIdleWork([&source] { return source.HelpDigest(); });
-    }
-    Reader reader(archive_read_new());
-    archive_read_support_format_all(reader.get());
-    if (stage) {
-        stage->OpenReader(reader.get());
-    } else {
-        archive_read_support_filter_all(reader.get());
-        source.Open(reader.get());
-    }
-    archive_read_extract_set_progress_callback(reader.get(), &ExtractArchive::ReportProgress, this);
+    Detail::BodyReading reading = Detail::OpenBodyReading(source, staged);
+    struct archive *reader = reading.reader.get();
+    archive_read_extract_set_progress_callback(reader, &ExtractArchive::ReportProgress, this);
     if (!skipData)
         tally.written.Note(".");
 
     Step step;
     int status = ARCHIVE_OK;
     struct archive_entry *entry = nullptr;
-    while ((status = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK) {
+    while ((status = archive_read_next_header(reader, &entry)) == ARCHIVE_OK) {
         if (IsCancelRequested()) {
             tally.stoppedOnRequest = true;
             break;
         }
         ++tally.entries;
         if (skipData) {
-            archive_read_data_skip(reader.get());
+            archive_read_data_skip(reader);
             continue;
         }
         // An entry the file system refuses (a name too long, a node the display may not
@@ -294,10 +280,10 @@ ExtractArchive::Step ExtractArchive::UnpackEntries(Detail::BodySource &source, b
         // written because the storage is full, failing or read-only ends the restore as
         // a failure, and so does a damaged archive.
         const QByteArray name = archive_entry_pathname(entry);
-        if (archive_read_extract(reader.get(), entry, kExtractFlags) < ARCHIVE_OK) {
-            const int error = archive_errno(reader.get());
+        if (archive_read_extract(reader, entry, kExtractFlags) < ARCHIVE_OK) {
+            const int error = archive_errno(reader);
             qCWarning(lcExtract, "could not write %s: %s (%s)", name.constData(),
-                      ErrorText(reader.get()).constData(), std::strerror(error));
+                      ErrorText(reader).constData(), std::strerror(error));
             ++tally.unwritten;
             if (QtTools::IsStorageFailure(error)) {
                 step = Step::Failure(ReadFailed, error, "the storage took no more: could not write " + name + ": "
@@ -311,10 +297,10 @@ ExtractArchive::Step ExtractArchive::UnpackEntries(Detail::BodySource &source, b
     // the library's negative codes do not, a warning included.
     if (!step.Failed() && status < ARCHIVE_OK)
         step = Step::Failure(ReadFailed, 0, "reading stopped after " + QByteArray::number(tally.entries)
-                                                + " entries: " + ErrorText(reader.get()));
+                                                + " entries: " + ErrorText(reader));
     // The decompressing thread lets go of the body before anything else reads it.
-    if (stage)
-        stage->Stop();
+    if (reading.stage)
+        reading.stage->Stop();
     // A read of the backup that failed fails the restore even where the reader would have
     // taken what it had for a whole archive; the storage's own words say why.
     if (const int error = source.ReadError())

@@ -94,30 +94,14 @@ Transcript ReadAsTheJob(const std::uint8_t *data, std::size_t size)
     {
         const bool staged = DecompressionStage::Worthwhile() && DecompressionStage::IsCompressed(fd, kHeaderLength);
         BodySource source(fd, true, staged ? BodySource::kStreamingBlockSize : BodySource::kDirectBlockSize, staged);
-        std::unique_ptr<DecompressionStage> stage;
-        if (staged) {
-            // Small blocks, so that reads end in many more places than with the job's sizes.
-            stage = std::make_unique<DecompressionStage>([&source](struct archive *reader) { source.Open(reader); },
-                                                         4096, 4);
-            if (!stage->Started())
-                stage.reset();
-            else if (source.StreamIntact())
-                stage->SetIdleWork([&source] { return source.HelpDigest(); });
-        }
-        Reader reader(archive_read_new());
-        archive_read_support_format_all(reader.get());
-        if (stage) {
-            stage->OpenReader(reader.get());
-        } else {
-            archive_read_support_filter_all(reader.get());
-            source.Open(reader.get());
-        }
-        Walk(reader.get(), transcript);
-        if (stage)
-            stage->Stop();
+        // Small blocks, so that reads end in many more places than with the job's sizes.
+        Archive::Detail::BodyReading reading = Archive::Detail::OpenBodyReading(source, staged, 4096, 4);
+        Walk(reading.reader.get(), transcript);
+        if (reading.stage)
+            reading.stage->Stop();
         if (source.ReadError() != 0)
             std::abort(); // a memory file does not fail
-        reader.reset();
+        reading.reader.reset();
 
         unsigned char digest[16], expected[16];
         const std::atomic<bool> cancel {false};

@@ -2,6 +2,7 @@
 // was read whole writes back (the date rewritten from its timestamp) to one that reads
 // the same.
 
+#include "FuzzSupport.h"
 #include "DataFileHeader.h"
 #include "QtStream.h"
 
@@ -15,14 +16,6 @@
 
 namespace {
 
-// A broken expectation says which one before the fuzzer takes the abort as a find.
-#define Require(condition)                                                                         \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: expected %s\n", __FILE__, __LINE__, #condition);          \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 bool Read(DataFileHeader &header, const QByteArray &bytes)
 {

@@ -2,6 +2,7 @@
 // must give a status, never a crash. A header that reads as Ok must have been read whole,
 // and written back by the header's own writer it must read the same again.
 
+#include "FuzzSupport.h"
 #include "FileHeader.h"
 
 #include <QBuffer>
@@ -14,14 +15,6 @@
 
 namespace {
 
-// A broken expectation says which one before the fuzzer takes the abort as a find.
-#define Require(condition)                                                                         \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: expected %s\n", __FILE__, __LINE__, #condition);          \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 bool Read(Backup::FileHeader &header, const QByteArray &bytes)
 {

@@ -3,6 +3,7 @@
 // Each input is written to both "/etc/sysconfig/i18n" and "/etc/sysconfig/clock", so it
 // must only ever run inside a throwaway root (tools/fuzz starts it through tools/in-root).
 
+#include "FuzzSupport.h"
 #include "Language.h"
 #include "SystemClock.h"
 
@@ -16,14 +17,6 @@
 
 namespace {
 
-// A broken expectation says which one before the fuzzer takes the abort as a find.
-#define Require(condition)                                                                         \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: expected %s\n", __FILE__, __LINE__, #condition);          \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 void WriteFile(const char *path, const std::uint8_t *data, std::size_t size)
 {

@@ -1,6 +1,7 @@
 // Version and identifier texts as they come from files and other programs: any text gives
 // an answer, never a crash, and what parses prints to a text that parses to the same.
 
+#include "FuzzSupport.h"
 #include "Guid.h"
 #include "QtStream.h"
 #include "Version.h"
@@ -15,14 +16,6 @@
 
 namespace {
 
-// A broken expectation says which one before the fuzzer takes the abort as a find.
-#define Require(condition)                                                                         \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: expected %s\n", __FILE__, __LINE__, #condition);          \
-            std::abort();                                                                          \
-        }                                                                                          \
-    } while (false)
 
 } // namespace
 
