@@ -61,8 +61,10 @@ int WriteWhole(int fd, const QByteArray &text)
 RestoreTrail::RestoreTrail()
     : lines(kHeading + QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toLatin1() + '\n')
 {
-    active.store(this);
+    // The handler forwards to the one it replaces, so that one is known before the
+    // handler may run.
     previous = qInstallMessageHandler(&RestoreTrail::Collect);
+    active.store(this);
 }
 
 RestoreTrail::~RestoreTrail()
