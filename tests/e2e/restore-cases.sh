@@ -56,6 +56,11 @@ finish() {
     cat "$out/events" >&2 || true
     tail -n 20 "$out/program.out" >&2 || true
   fi
+  # What the framebuffer showed stays with the build, for a person to look at.
+  if compgen -G "$out/*.png" > /dev/null; then
+    local shots=$QVB_BUILD_DIR/e2e-screenshots/$case_name
+    rm -rf "$shots" && mkdir -p "$shots" && cp "$out"/*.png "$shots"/ && echo "screenshots: $shots"
+  fi
   echo "$passed passed, $failed failed"
   [ "$failed" -eq 0 ]
 }
