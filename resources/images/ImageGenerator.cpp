@@ -75,22 +75,24 @@ QPainterPath Cross(const QRectF &r)
     return path;
 }
 
-QImage StandardAccept()
+// A button's picture: the mark in white with its shadow, on a 40 by 40 canvas.
+QImage WhiteMark(const QPainterPath &mark)
 {
     QImage image = Canvas(40, 40);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
-    StrokeWithShadow(p, Tick(QRectF(4, 4, 32, 32)), kWhite, 6);
+    StrokeWithShadow(p, mark, kWhite, 6);
     return image;
+}
+
+QImage StandardAccept()
+{
+    return WhiteMark(Tick(QRectF(4, 4, 32, 32)));
 }
 
 QImage StandardCancel()
 {
-    QImage image = Canvas(40, 40);
-    QPainter p(&image);
-    p.setRenderHint(QPainter::Antialiasing);
-    StrokeWithShadow(p, Cross(QRectF(9, 9, 22, 22)), kWhite, 6);
-    return image;
+    return WhiteMark(Cross(QRectF(9, 9, 22, 22)));
 }
 
 // The info dialog's close button: a dark rounded key with a white cross; the pressed
