@@ -148,7 +148,12 @@ void DecompressionStage::Decompress(struct archive *reader)
         if (status == ARCHIVE_EOF)
             break;
         // A warning is no better than a failure here: the bytes behind it are not known good.
+        // Those before it are, and go to the reader first: read directly, the reader would
+        // have had them, and an archive that ends in them (a stream damaged only after the
+        // archive's end marker, an lz4 frame's checksum) is whole either way.
         if (status != ARCHIVE_OK) {
+            if (filling->used > 0)
+                ring.Publish();
             Finish(true, archive_errno(reader), archive_error_string(reader));
             return;
         }

@@ -228,37 +228,46 @@ private slots:
     }
 
     // Whatever follows a gzip member (padding, garbage, what looks like the start of
-    // another member, another member) gets the answer bsdtar gives the same bytes, whether
-    // the body is decompressed on a thread of its own or read directly, and wherever the
-    // reads of the body happen to end.
-    void trailingBytesAfterGzipMember_data()
+    // another member, another member), or a compressed stream damaged only after the
+    // archive's end, gets the answer bsdtar gives the same bytes, whether the body is
+    // decompressed on a thread of its own or read directly, and wherever the reads of the
+    // body happen to end.
+    void trailingBytesAfterTheArchive_data()
     {
-        QTest::addColumn<QByteArray>("trailing");
-        QTest::newRow("none") << QByteArray();
-        QTest::newRow("zeros") << QByteArray(1000, '\0');
-        QTest::newRow("garbage") << RandomBytes(777, 8).replace('\x1f', '\x20');
-        QTest::newRow("a lone 1f") << QByteArray("\x1f");
-        QTest::newRow("1f then zeros") << QByteArray("\x1f\0\0\0\0\0", 6);
-        QTest::newRow("1f 8b, bad method") << QByteArray("\x1f\x8b\x09\0\0\0\0\0\0\x03" "abc", 13);
-        QTest::newRow("cut header") << QByteArray("\x1f\x8b\x08\0", 4);
-        QTest::newRow("second member") << Compressed(RandomBytes(3000, 9), {"gzip", "-c"});
-        QTest::newRow("damaged second member") << Compressed(RandomBytes(3000, 9), {"gzip", "-c", "-n"}).replace(10, 1, "\x07");
-    }
-    void trailingBytesAfterGzipMember()
-    {
-        QFETCH(QByteArray, trailing);
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("edge"); // where the archive's own stream ends
         const QByteArray member = ArchiveOf({{"a/one.bin", RandomBytes(30000, 1)}, {"b/two.txt", "two\n"}}, {"-z"});
-        const QByteArray body = member + trailing;
+        const auto row = [&member](const char *name, const QByteArray &trailing) {
+            QTest::newRow(name) << member + trailing << int(member.size());
+        };
+        row("none", QByteArray());
+        row("zeros", QByteArray(1000, '\0'));
+        row("garbage", RandomBytes(777, 8).replace('\x1f', '\x20'));
+        row("a lone 1f", QByteArray("\x1f"));
+        row("1f then zeros", QByteArray("\x1f\0\0\0\0\0", 6));
+        row("1f 8b, bad method", QByteArray("\x1f\x8b\x09\0\0\0\0\0\0\x03" "abc", 13));
+        row("cut header", QByteArray("\x1f\x8b\x08\0", 4));
+        row("second member", Compressed(RandomBytes(3000, 9), {"gzip", "-c"}));
+        row("damaged second member", Compressed(RandomBytes(3000, 9), {"gzip", "-c", "-n"}).replace(10, 1, "\x07"));
+        // The frame's content checksum comes after the last block: the archive is whole.
+        QByteArray lz4 = ArchiveOf({{"a/one.bin", RandomBytes(30000, 1)}, {"b/two.txt", "two\n"}}, {"--lz4"});
+        lz4[lz4.size() - 1] = char(lz4.at(lz4.size() - 1) ^ 0x55);
+        QTest::newRow("lz4 frame with a spoilt checksum") << lz4 << int(lz4.size() - 4);
+    }
+    void trailingBytesAfterTheArchive()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(int, edge);
         QTemporaryDir dir;
         QVERIFY(TestSupport::WriteFile(dir.filePath("body"), body) && QDir().mkpath(dir.filePath("out")));
         const bool bsdtarRestores = TestSupport::Run("bsdtar", {"-xf", dir.filePath("body"), "-C", dir.filePath("out")}) == 0;
-        const int edge = member.size();
         for (const int piece : {1, 7, 512, edge - 2, edge - 1, edge, edge + 1, edge + 2, 65536}) {
             const Walk direct = WalkReader(InPieces(body, std::size_t(piece)), true);
             QCOMPARE(direct.status == ARCHIVE_EOF, bsdtarRestores);
             DecompressionStage stage(InPieces(body, std::size_t(piece)), 4096, 3);
             const Walk staged = WalkReader([&stage](struct archive *reader) { stage.OpenReader(reader); }, true, false);
             QCOMPARE(staged.status == ARCHIVE_EOF, bsdtarRestores);
+            QCOMPARE(staged.names, direct.names);
             if (bsdtarRestores)
                 QCOMPARE(staged.data, direct.data);
         }
