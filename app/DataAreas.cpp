@@ -157,14 +157,7 @@ int KeepMarkerReserve()
         return errno;
     // Real blocks, not a hole: giving up a sparse file would free no room at all.
     const std::vector<char> zeros(kMarkerReserveSize, '\0');
-    int error = 0;
-    if (QtTools::RetryInterrupted([&] { return ::write(reserve.Get(), zeros.data(), zeros.size()); })
-        != static_cast<ssize_t>(zeros.size()))
-        error = errno != 0 ? errno : ENOSPC;
-    if (error == 0 && ::fsync(reserve.Get()) != 0)
-        error = errno;
-    if (const int closed = reserve.Close(); error == 0)
-        error = closed;
+    const int error = QtTools::WriteAllAndClose(reserve, zeros.data(), zeros.size());
     if (error != 0)
         ::unlink(kMarkerReserve);
     QtTools::FlushPath(MarkerDirectory().constData());

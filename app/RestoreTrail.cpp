@@ -43,19 +43,6 @@ QByteArray Heading(const QByteArray &trail)
     return trail.left(trail.indexOf('\n') + 1);
 }
 
-int WriteWhole(int fd, const QByteArray &text)
-{
-    qint64 done = 0;
-    while (done < text.size()) {
-        const ssize_t count = QtTools::RetryInterrupted(
-            [&] { return ::write(fd, text.constData() + done, static_cast<size_t>(text.size() - done)); });
-        if (count <= 0)
-            return count < 0 ? errno : ENOSPC;
-        done += count;
-    }
-    return 0;
-}
-
 } // namespace
 
 RestoreTrail::RestoreTrail()
@@ -134,11 +121,7 @@ int RestoreTrail::Save()
     QtTools::FileDescriptor aside(::open(kAside, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!aside.IsOpen())
         return errno;
-    int error = WriteWhole(aside.Get(), text);
-    if (error == 0 && ::fsync(aside.Get()) != 0)
-        error = errno;
-    if (const int closed = aside.Close(); error == 0)
-        error = closed;
+    int error = QtTools::WriteAllAndClose(aside, text.constData(), static_cast<std::size_t>(text.size()));
     if (error == 0 && ::rename(kAside, kPath) != 0)
         error = errno;
     if (error != 0) {

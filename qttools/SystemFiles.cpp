@@ -34,6 +34,22 @@ FileDescriptor OpenRegularFile(const char *path, int *error)
     return opened;
 }
 
+int WriteAllAndClose(FileDescriptor &file, const char *data, std::size_t size)
+{
+    int error = 0;
+    for (std::size_t done = 0; error == 0 && done < size;) {
+        const ssize_t count = RetryInterrupted([&] { return ::write(file.Get(), data + done, size - done); });
+        if (count <= 0)
+            error = count < 0 ? errno : ENOSPC;
+        else
+            done += static_cast<std::size_t>(count);
+    }
+    if (error == 0 && ::fsync(file.Get()) != 0)
+        error = errno;
+    const int closed = file.Close();
+    return error != 0 ? error : closed;
+}
+
 int FlushPath(const char *path)
 {
     FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));

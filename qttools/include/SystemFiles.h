@@ -6,6 +6,7 @@
 // full storage from a failing or a read-only one. Nothing here logs.
 
 #include <cerrno>
+#include <cstddef>
 
 #include <sys/types.h>
 
@@ -70,6 +71,11 @@ ssize_t RetryInterrupted(Call call)
     while (count < 0 && errno == EINTR);
     return count;
 }
+
+// Writes all `size` bytes to `file` (a short write is tried on), puts them on the storage
+// (fsync) and closes it. 0, or the error number of the first step that failed (ENOSPC for
+// a write that took nothing); the descriptor is closed either way.
+int WriteAllAndClose(FileDescriptor &file, const char *data, std::size_t size);
 
 // fsync of whatever `path` names, a file or a directory, without following a link or
 // waiting on a special file. 0, or the error number.
