@@ -151,23 +151,6 @@ private slots:
         if (error == EROFS)
             QCOMPARE(DataAreas::ClearDataAreas(), QStringList({kHome + "/old.txt"}));
     }
-
-    // One restore at a time: a second lock on the data directory is refused until the
-    // first holder lets go.
-    void oneRestoreAtATime()
-    {
-        int error = -1;
-        auto first = std::make_unique<DataAreas::RestoreLock>();
-        QVERIFY(first->Acquire(&error) == DataAreas::RestoreLock::State::Held);
-        DataAreas::RestoreLock second;
-        QVERIFY(second.Acquire(&error) == DataAreas::RestoreLock::State::Busy);
-        QCOMPARE(error, EWOULDBLOCK);
-        first.reset();
-        QVERIFY(second.Acquire(&error) == DataAreas::RestoreLock::State::Held);
-        QVERIFY(QDir(kHome).removeRecursively());
-        DataAreas::RestoreLock nowhere;
-        QVERIFY(nowhere.Acquire(&error) == DataAreas::RestoreLock::State::Unavailable);
-    }
 };
 
 QTEST_GUILESS_MAIN(DataAreasTest)

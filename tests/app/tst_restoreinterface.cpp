@@ -136,17 +136,16 @@ private slots:
         QFETCH(QStringList, sights);
         QVERIFY(QDir("/home/data").removeRecursively() && QDir("/opt/OEM").removeRecursively());
         QVERIFY(QDir().mkpath("/home/data"));
-        bool mounted = false;
-        QString mountPoint;
+        // A memory file system of its own for read-only data, and as a mount point inside an
+        // area that the clearing cannot remove.
+        const QString mountPoint = storage == "read-only" ? "/home/data" : "/opt/OEM/data/stuck";
+        const bool mount = storage == "read-only" || storage == "clearing refused";
+        QVERIFY(!mount || (QDir().mkpath(mountPoint)
+                           && TestSupport::Run("mount", {"-t", "tmpfs", "tmpfs", mountPoint}) == 0));
         const auto unmount = qScopeGuard([&] {
-            if (mounted)
+            if (mount)
                 TestSupport::Run("umount", {mountPoint});
         });
-        mountPoint = storage == "read-only" ? "/home/data" : "/opt/OEM/data/stuck";
-        if (storage == "read-only" || storage == "clearing refused") {
-            mounted = QDir().mkpath(mountPoint) && TestSupport::Run("mount", {"-t", "tmpfs", "tmpfs", mountPoint}) == 0;
-            QVERIFY(mounted);
-        }
         for (const auto &[name, path] : kWatched.mid(1, 3))
             QVERIFY(TestSupport::WriteFile(path, "old\n"));
         if (backup != "/no such file.qvb")

@@ -1,30 +1,20 @@
-// Linked into the test programs of a cross build that runs under qemu's user-mode
-// emulation only (see cmake/QvbTesting.cmake); never part of a native build or the product.
+// Linked only into the test programs of a cross build run under qemu's user-mode emulation
+// (see cmake/QvbTesting.cmake); never into a native build or the product.
 //
-// Qt starts a child process with the raw system call clone(CLONE_PIDFD | SIGCHLD) once
-// waitid(P_PIDFD) shows that the kernel knows process descriptors, and then follows the
-// child through that descriptor alone. Under qemu-user 7.2 the probe reaches the host
-// kernel and succeeds, but qemu refuses CLONE_PIDFD with EINVAL, so every plain QProcess
-// fails to start: the product's own "rm", "ln", "tail" and "gzip" as well as the tests'
-// "bsdtar".
+// Qt starts children with clone(CLONE_PIDFD | SIGCHLD) once waitid(P_PIDFD) works, and
+// follows them through that descriptor alone. Under qemu-user 7.2 the probe succeeds but
+// qemu refuses CLONE_PIDFD with EINVAL, so no QProcess starts ("rm", "gzip", "bsdtar"...).
+// Here that one call becomes a plain fork, which qemu emulates, plus pidfd_open, written
+// where CLONE_PIDFD would have put it; every other system call goes through unchanged.
 //
-// Here that one call is carried out as the kernel would: a plain fork, which qemu
-// emulates, and the child's descriptor from pidfd_open (which qemu passes on), written
-// where CLONE_PIDFD would have put it. Qt's path is then the same as on a real kernel.
-// Every other system call goes through unchanged.
+// qemu-i386 keeps one descriptor table for all threads, each new thread overwriting the
+// TLS entry, and a return from a signal handler reloads %gs from it: the thread goes on
+// with the newest thread's TLS ("QThread: Destroyed while thread is still running" from
+// QtTest's watchdog after QProcess's SIGCHLD handler). So on i386 every handler installed
+// through sigaction runs through a trampoline that puts the running thread's TLS base back.
 //
-// qemu-i386 has a second fault that hits every program with more than one thread and a
-// signal handler: it keeps one descriptor table for all threads, in which each new thread
-// overwrites the TLS entry, and a return from a signal handler reloads %gs from that table,
-// so the thread goes on with the newest thread's TLS (the main thread then takes itself
-// for QtTest's watchdog: "QThread: Destroyed while thread is still running"). Qt's own
-// handler is the SIGCHLD one it installs for a QProcess subclass such as QtTools::Process,
-// which always takes the fork-and-SIGCHLD path. On i386 every handler installed through
-// sigaction is therefore called through a trampoline that writes the running thread's TLS
-// base back into the table entry before the return.
-//
-// The definitions below take precedence over the C library's for Qt as well, because the
-// executable comes first in the dynamic linker's search order.
+// These definitions take precedence over the C library's, for Qt too: the executable comes
+// first in the dynamic linker's search order.
 
 #include <cerrno>
 #include <csignal>

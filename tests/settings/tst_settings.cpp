@@ -44,19 +44,6 @@ private slots:
             QDir(path).removeRecursively(); // the zone stand-in stays as mount point
     }
 
-    void languageTable()
-    {
-        const QStringList names = Language::DisplayNames(), locales = Language::LocaleNames();
-        QCOMPARE(names.size(), 19);
-        QCOMPARE(names.at(16), QString::fromUtf8("Русский / Россия"));
-        // Not alphabetical: Estonian before Spanish, Lithuanian before Hungarian.
-        QCOMPARE(locales.mid(4, 3) + locales.mid(10, 2),
-                 QStringList({"de_DE", "et_EE", "es_AR", "lt_LT", "hu_HU"}));
-        QCOMPARE(Language::TranslationFilePath(6), "/home/resources/language/translation_es_ar");
-        QCOMPARE(Language::LocaleName(19), QString("en_US"));
-        QCOMPARE(Language::IndexFromLocaleName("en_us"), 19u);
-    }
-
     void settingsFiles_data()
     {
         // The same file is put at both places; the language starts from Danish (3).
