@@ -1,8 +1,7 @@
-// Storage that refuses entries. Full storage ("/full", a 1 MiB tmpfs inside the throwaway
-// root) and read-only storage ("/readonly", where a failing flash ends) make the restore
-// fail, promptly and without a hang: the data cannot be whole. An
-// entry the file system refuses for its own reasons (a name too long for it) is passed
-// over, as backups holding paths a display model cannot write must still restore.
+// Storage that refuses entries. Full storage ("/full", a 1 MiB tmpfs in the throwaway root)
+// and read-only storage ("/readonly", where a failing flash ends) make the restore fail
+// promptly: the data cannot be whole. An entry refused for the file system's own reasons (a
+// name too long) is passed over: backups with paths a display cannot write still restore.
 
 #include "ArchiveTestSupport.h"
 
@@ -37,8 +36,7 @@ private slots:
         QFETCH(bool, restored);
         QFETCH(int, error);
         const QByteArray big = RandomBytes(3 << 20, 1);
-        const QByteArray body = ArchiveOf({{"a/big.bin", big}, {"b/small.txt", "small\n"}},
-                                          options);
+        const QByteArray body = ArchiveOf({{"a/big.bin", big}, {"b/small.txt", "small\n"}}, options);
         QVERIFY(!body.isEmpty());
         QTemporaryDir scratch;
         // The read-only file system is the destination itself: nothing can be made in it.
@@ -56,8 +54,8 @@ private slots:
             QCOMPARE(TestSupport::ReadFile(target.filePath("b/small.txt")), QByteArray("small\n"));
             QCOMPARE(job.GetFailureReason(), QString());
         } else {
-            // The owner learns why, not only that: the storage's own error, at the first
-            // entry it refused (the run stops there rather than trying every other).
+            // The owner learns why: the storage's own error, at the first entry it refused (the
+            // run stops there).
             QCOMPARE(outcome.result, Archive::ArchiveProcess::ReadFailed);
             QCOMPARE(job.GetFailureError(), error);
             const QString reason = job.GetFailureReason();
