@@ -1,11 +1,8 @@
 #!/usr/bin/env bash
-# The shipped translations are complete and current:
-#  - lupdate over the program's sources and forms changes nothing in the .ts files (no
-#    text the program shows is missing, none is kept in vain);
-#  - every entry is translated;
-#  - every translation keeps the place markers (%1 ...) and the two blanks between
-#    sentences of its source text;
-#  - lrelease compiles each file with no unfinished entry.
+# The shipped translations are complete and current: lupdate over the program's sources and
+# forms changes no .ts file (no shown text missing, none kept in vain); every entry is
+# translated and keeps its source text's place markers (%1 ...) and the two blanks between
+# sentences; lrelease compiles each file with no unfinished entry.
 #
 #   translations.sh LUPDATE LRELEASE SOURCE-DIR...
 set -euo pipefail
@@ -14,27 +11,19 @@ shift 2
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 passed=0 failed=0
-verdict() { if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); fi; }
-
-# Pairs every <source> with its <translation> (lupdate writes each on one line) and prints
-# the entries whose place markers or double blanks differ.
+verdict() { # WHAT COMMAND...
+  if "${@:2}"; then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAILED: $1" >&2; fi
+}
+none_stale() { ! grep -n 'type="unfinished"\|type="vanished"\|type="obsolete"' "$1" >&2; }
+compiled() { grep -q "Generated [1-9][0-9]* translation(s) ([0-9]* finished and 0 unfinished)" <<< "$1" && ! grep -qi untranslated <<< "$1"; }
+# mismatches TS: the entries whose place markers (counted per digit) or double blanks differ
+# from their source text's (as XML); lupdate writes each <source> and <translation> on one line.
 mismatches() {
-  awk '
-    function unxml(s) { gsub(/&lt;/, "<", s); gsub(/&gt;/, ">", s); gsub(/&quot;/, "\"", s);
-                        gsub(/&apos;/, "\047", s); gsub(/&amp;/, "\\&", s); return s }
-    function count(s, re,   n) { n = 0; while (match(s, re)) { n++; s = substr(s, RSTART + RLENGTH) } return n }
-    function markers(s,   out) { out = ""; while (match(s, /%[0-9]/)) { out = out substr(s, RSTART, 2) " "; s = substr(s, RSTART + 2) } return out }
-    /<source>/ { src = $0; sub(/.*<source>/, "", src); sub(/<\/source>.*/, "", src); src = unxml(src) }
-    /<translation[ >]/ {
-      tr = $0; sub(/.*<translation[^>]*>/, "", tr); sub(/<\/translation>.*/, "", tr); tr = unxml(tr)
-      if (count(src, "  ") != count(tr, "  ")) print "double blanks differ: " src " => " tr
-      if (markers_sorted(src) != markers_sorted(tr)) print "place markers differ: " src " => " tr
-    }
-    function markers_sorted(s,   list, n, i, j, t, out) {
-      n = split(markers(s), list, " ")
-      for (i = 1; i <= n; i++) for (j = i + 1; j <= n; j++) if (list[j] < list[i]) { t = list[i]; list[i] = list[j]; list[j] = t }
-      out = ""; for (i = 1; i <= n; i++) out = out list[i] " "; return out
-    }' "$1"
+  awk 'function count(s, re,   n) { n = 0; while (match(s, re)) { n++; s = substr(s, RSTART + RLENGTH) } return n }
+    function marks(s,   d, out) { for (d = 0; d <= 9; d++) out = out count(s, "%" d) " "; return out count(s, "  ") }
+    /<source>/ { src = $0; sub(/.*<source>/, "", src); sub(/<\/source>.*/, "", src) }
+    /<translation[ >]/ { tr = $0; sub(/.*<translation[^>]*>/, "", tr); sub(/<\/translation>.*/, "", tr)
+                         if (marks(src) != marks(tr)) print "place markers or double blanks differ: " src " => " tr }' "$1"
 }
 
 shopt -s nullglob
@@ -44,25 +33,12 @@ for ts in "${files[@]}"; do
   name=$(basename "$ts")
   cp "$ts" "$tmp/$name"
   "$lupdate" -silent -locations none -no-obsolete "$@" -ts "$tmp/$name"
-  verdict diff -u "$ts" "$tmp/$name" || echo "FAILED: $name is not current with the sources (run the qvb_lupdate target and translate)" >&2
-  if grep -n 'type="unfinished"\|type="vanished"\|type="obsolete"' "$ts" >&2; then
-    failed=$((failed + 1)); echo "FAILED: $name has untranslated or stale entries" >&2
-  else
-    passed=$((passed + 1))
-  fi
+  verdict "$name is not current with the sources (run the qvb_lupdate target and translate)" diff -u "$ts" "$tmp/$name"
+  verdict "$name has untranslated or stale entries" none_stale "$ts"
   bad=$(mismatches "$ts")
-  if [ -n "$bad" ]; then
-    failed=$((failed + 1)); echo "FAILED: $name: $bad" >&2
-  else
-    passed=$((passed + 1))
-  fi
+  verdict "$name: $bad" test -z "$bad"
   report=$("$lrelease" "$ts" -qm "$tmp/${name%.ts}.qm")
-  if grep -q "Generated [1-9][0-9]* translation(s) ([0-9]* finished and 0 unfinished)" <<< "$report" &&
-     ! grep -qi "untranslated" <<< "$report"; then
-    passed=$((passed + 1))
-  else
-    failed=$((failed + 1)); echo "FAILED: lrelease of $name: $report" >&2
-  fi
+  verdict "lrelease of $name: $report" compiled "$report"
 done
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

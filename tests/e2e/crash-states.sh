@@ -1,19 +1,13 @@
 #!/usr/bin/env bash
 # Crash-state explorer: whole restores by the installed program on real storage, cut off by a
-# power cut or killed at many instants, and what the storage then holds classified. Whatever
-# the instant, a display must find its data areas in one of four states:
-#   U  as before the restore, no marker
-#   M  the marker present, anything else in any state
+# power cut or killed at many instants. Whatever the instant, a display must find its data
+# areas in one of four states (hidden entries left out, the old ones intact in U, R and E):
+#   U  as before the restore, no marker          M  the marker present, anything else
 #   R  exactly the backup's entries, no marker; only once "Backup Restored" has been shown
 #   E  nothing visible left, no marker; only once "QVB Restore Failed" has been shown
-# Hidden entries (a leading ".") are left out, as the program may keep its own there; the
-# old ones must be intact in U, R and E.
-#
-# The two data areas are two partitions (loop devices at offsets) of one disk image on an
-# XFS with reflinks: "cp --reflink" copies the whole disk at one instant, without what the
-# kernel still caches, which is what a power cut leaves. A copy is checked as a display
-# would after the power cut (e2fsck replays the journal), then mounted read-only.
-#
+# The data areas are two partitions (loop devices at offsets) of one disk image on an XFS
+# with reflinks: "cp --reflink" copies the whole disk at one instant without what the kernel
+# still caches, as a power cut leaves it; e2fsck replays the journal as a display would.
 #   crash-states.sh          environment as for restore-cases.sh
 set -euo pipefail
 source "$(dirname "$0")/restore-cases.sh" crash
@@ -25,53 +19,35 @@ runner=""
 trap '[ -z "$runner" ] || kill -- -"$runner" 2> /dev/null; cleanup' EXIT
 trap 'exit 1' HUP INT TERM   # so that a time-out still unmounts and detaches everything
 
-forget() { # ARRAY VALUE: VALUE no longer cleaned up at the end
-  local -n list=$1
-  local keep=() x
-  for x in "${list[@]}"; do [ "$x" = "$2" ] || keep+=("$x"); done
-  list=("${keep[@]}")
-}
-
-# mount_disk IMAGE DIR [check]: the image's partitions at DIR/home/data and DIR/opt/OEM/data;
-# with "check" read-only, after e2fsck as a display runs it at start-up.
+# mount_disk IMAGE DIR [check]: the partitions at DIR's data areas; "check": read-only after
+# e2fsck, as a display starts; else with no periodic commit, so only the program's flushes count.
 mount_disk() {
   local part=0 area dev rc
   for area in home/data opt/OEM/data; do
     dev=$(losetup -f --show -o $((part * part_mb))MiB --sizelimit "${part_mb}MiB" "$1")
-    loops+=("$dev")
-    part=$((part + 1))
+    loops+=("$dev") part=$((part + 1))
     if [ "${3:-}" = check ]; then
-      rc=0
-      e2fsck -fy "$dev" > "$work/fsck.log" 2>&1 || rc=$?
+      rc=0 && e2fsck -fy "$dev" > "$work/fsck.log" 2>&1 || rc=$?
       [ "$rc" -lt 4 ] || { echo "e2fsck $rc on $area"; cat "$work/fsck.log"; } >> "$work/fsck-failures"
       mount_on "$2/$area" -o ro "$dev"
     else
-      # Nothing reaches the disk by the kernel's periodic commit while a restore runs: a
-      # power cut can come before it, so only the program's own flushes may count.
       mount_on "$2/$area" -o commit=600 "$dev"
     fi
   done
 }
-unmount_disk() { # DIR
-  local area dev
-  for area in home/data opt/OEM/data; do
-    dev=$(findmnt -no SOURCE "$1/$area")
-    umount "$1/$area" && forget mounts "$1/$area"
-    losetup -d "$dev" && forget loops "$dev"
-  done
+unmount_disk() { # DIR: undoes the last mount_disk, which mounted there
+  umount "$1/home/data" "$1/opt/OEM/data"
+  losetup -d "${loops[@]: -2}"
+  mounts=("${mounts[@]:0:${#mounts[@]}-2}") loops=("${loops[@]:0:${#loops[@]}-2}")
 }
 
-# The data areas below a root: not the database, which lies elsewhere, nor the directory
-# e2fsck makes at the top of each.
-areas_manifest() {
-  qvb_manifest "$1" | grep -vE "^((home/data|opt/OEM/data)/lost\\+found|$qvb_database)"$'\t' || true
-}
+# The data areas below a root: not the database, which lies elsewhere, nor e2fsck's lost+found.
+areas_manifest() { qvb_manifest "$1" | grep -vE "^((home/data|opt/OEM/data)/lost\\+found|$qvb_database)"$'\t' || true; }
 hidden_only() { grep -E '^(home/data|opt/OEM/data)/\.' || true; }
 visible_only() { grep -vE '^(home/data|opt/OEM/data)/\.' || true; }
 
-# trail_whole DIR: the kept trail, if there is one, is a whole file as one of its saves
-# wrote it: headings and timed lines only, the last one where a save ends (after the first
-# clearing, or the restore's last line), and a newline at the end.
+# trail_whole DIR: the kept trail, if any, is whole as one of its saves wrote it: headings and
+# timed lines only, the last one where a save ends, and a newline at the end.
 trail_whole() {
   local trail=$1/home/data/.qvb-restore-trail
   [ -e "$trail" ] || return 0
@@ -81,28 +57,23 @@ trail_whole() {
     tail -n 1 "$trail" | grep -qE 'qvb\.restore: (data areas cleared \(first clearing\)|restore marker removed|the restore marker stays|nothing was removed|the restore marker could not be removed)'
 }
 
-# classify DIR: U, M, R or E, or X and what is wrong
-classify() {
+classify() { # DIR: U, M, R or E, or X and what is wrong
   trail_whole "$1" || { echo "X the kept trail is not whole: $(tail -n 1 "$1/home/data/.qvb-restore-trail" | cut -c1-80)"; return; }
   [ -e "$1/$marker" ] && { echo M; return; }
   areas_manifest "$1" > "$work/now"
   visible_only < "$work/now" > "$work/now-visible"
-  if [ -n "$(hidden_only < "$work/now" | LC_ALL=C comm -13 - "$work/old-hidden")" ]; then
-    echo "X old hidden entries lost or changed"
+  if [ -n "$(hidden_only < "$work/now" | LC_ALL=C comm -13 - "$work/old-hidden")" ]; then echo "X old hidden entries lost or changed"
   elif cmp -s "$work/now-visible" "$work/old-visible"; then echo U
   elif cmp -s "$work/now-visible" "$work/backup-visible"; then echo R
   elif [ ! -s "$work/now-visible" ]; then echo E
   else
-    echo "X no marker; $(cut -f1 "$work/now-visible" | LC_ALL=C comm -12 - <(cut -f1 "$work/old-visible") | wc -l)" \
-      "of $(wc -l < "$work/old-visible") old visible entries and" \
-      "$(LC_ALL=C comm -12 "$work/now-visible" "$work/backup-visible" | wc -l)" \
-      "of the backup's $(wc -l < "$work/backup-visible") there; visible entries:" \
-      "$(awk '{ n[$1 ~ /^home/ ? "home/data" : "opt/OEM/data"]++ } END { for (a in n) printf "%s %s %d", s++ ? "," : "", a, n[a] }' "$work/now-visible")"
+    echo "X no marker; $(LC_ALL=C comm -12 "$work/now-visible" "$work/old-visible" | wc -l) of the old visible entries," \
+      "$(LC_ALL=C comm -12 "$work/now-visible" "$work/backup-visible" | wc -l) of the backup's, $(wc -l < "$work/now-visible") in all"
   fi
 }
 
-# phase [killed]: what the program was doing, from its trail and the driver's events
-# (with "killed", up to the kill)
+# phase [killed]: what the program was doing, from its trail and the driver's events (with
+# "killed", up to the kill)
 phase() {
   local line
   local -a trail=() events=()
@@ -132,65 +103,45 @@ painted_ms() { # TITLE: when a message with this title first painted, empty if n
   awk -F'\t' -v t="$1" '$1 == "label" && $3 == "labelTitle" && $5 == t { w[$2] = 1 }
                         $1 == "painted" && ($2 in w) { print $3; exit }' "$out/style.log"
 }
-# allowed MS: the states allowed at wall-clock MS of this run
-allowed() {
+allowed() { # MS: the states allowed at wall-clock MS of this run
   local restored failed states="U M"
-  restored=$(painted_ms "Backup Restored")
-  failed=$(painted_ms "QVB Restore Failed")
+  restored=$(painted_ms "Backup Restored") failed=$(painted_ms "QVB Restore Failed")
   [ -n "$restored" ] && [ "$1" -ge "$restored" ] && states+=" R"
   [ -n "$failed" ] && [ "$1" -ge "$failed" ] && states+=" E"
   echo "$states"
 }
-# verdict WHAT PHASE STATE ALLOWED: one line of results; a state not allowed fails
-verdict() {
+verdict() { # WHAT PHASE STATE ALLOWED: one line of results; a state not allowed fails
   printf '%s\t%s\n' "$2" "${3%% *}" >> "$work/results"
-  local ok=false
-  case " $4 " in *" ${3%% *} "*) ok=true ;; esac
-  check "$1 ($2): state $3, allowed: $4" $ok
+  check "$1 ($2): state $3, allowed: $4" grep -qw -- "${3%% *}" <<< "$4"
 }
-table() { # what was found in each phase
-  awk -F'\t' '{ n[$1]++; s[$1 "\t" $2]++; if (!($1 in seen)) { seen[$1] = 1; order[++k] = $1 } }
-    END { for (i = 1; i <= k; i++) { p = order[i]; line = ""
-            for (j = split("U M R E X", st, " "); j > 0; j--) if (s[p "\t" st[j]]) line = st[j] " " s[p "\t" st[j]] " " line
-            printf "  %-16s %3d: %s\n", p, n[p], line } }' "$work/results"
-  rm -f "$work/results"
-}
+table() { sort "$work/results" | uniq -c | sed 's/^/ /'; rm -f "$work/results"; }   # what was found in each phase
 
-fresh_disk() { # the old data areas on a disk of their own, mounted in the root
-  rm -rf "$out"
-  cp --reflink=always "$x/old.img" "$x/disk.img"
-  mount_disk "$x/disk.img" "$root"
-}
+fresh_disk() { rm -rf "$out"; cp --reflink=always "$x/old.img" "$x/disk.img"; mount_disk "$x/disk.img" "$root"; }
 done_with_disk() { unmount_disk "$root"; rm -f "$x/disk.img"; }
 run() { # [drive-restore options]: the restore in the root, on the disk mounted there
   qvb_run_in_root "$root" --timeout 120 --hold "$hold" --no-screenshots "$@" -- "$program" "$backup" \
     > /dev/null 2>> "$work/driver.err"
 }
-outcome_was() { # TITLE: the run showed the progress dialog, then this message only
-  [ "$(qvb_dialogs "$out/style.log" | cut -d'|' -f2 | paste -sd'|')" = "Restore Memory|$1" ]
-}
+outcome_was() { [ "$(qvb_dialogs "$out/style.log" | cut -d'|' -f2 | paste -sd'|')" = "Restore Memory|$outcome" ]; }
 
-# copies_run: one restore; copies of the disk all along it, and after it; each copy
-# classified afterwards. After the exit, the storage must be in the outcome's state.
+# copies_run: one restore, copies of the disk all along it and after it, each classified
+# afterwards. After the exit, the storage must be in the outcome's state.
 copies_run() {
   local n=0 last=0 seen="" now t0 before after=0 start gap
   fresh_disk
   set -m   # a process group of its own, to be ended with everything it started
-  run &
-  runner=$!
+  run & runner=$!
   set +m
   while [ "$after" -lt 4 ]; do
-    phase
-    now_ms
-    # A copy at every step of the trail, and one every 25 ms between them while the
-    # program works (every 500 ms while the outcome is on the screen).
+    phase && now_ms
+    # A copy at every step of the trail, and every 25 ms between them while the program
+    # works (every 500 ms while the outcome is on the screen).
     gap=25
     case "$phase" in message|"after exit") gap=500 ;; esac
     if [ "$phase" != "$seen" ] || [ $((now - last)) -ge "$gap" ]; then
       before=$phase t0=$now
       cp --reflink=always "$x/disk.img" "$x/copy-$n.img"
-      now_ms
-      phase
+      now_ms && phase
       [ "$phase" = "$before" ] || before+="..$phase"
       printf '%s\t%s\t%s\t%s\n' "$n" "$t0" "$now" "$before" >> "$work/copies"
       n=$((n + 1)) last=$now seen=$phase
@@ -198,19 +149,17 @@ copies_run() {
     kill -0 "$runner" 2> /dev/null || { after=$((after + 1)); sleep 0.2; }
     sleep 0.01
   done
-  wait "$runner"
-  runner=""
+  wait "$runner"; runner=""
   done_with_disk
   start=$(event_ms start)
   echo "$scenario: $n copies over $(($(event_ms exit) - start)) ms"
   check "$scenario: at least 40 copies" test "$n" -ge 40
-  check "$scenario: progress dialog, then \"$outcome\"" outcome_was "$outcome"
+  check "$scenario: progress dialog, then \"$outcome\"" outcome_was
   local i t1 ph state
   while IFS=$'\t' read -r i t0 t1 ph; do
     mount_disk "$x/copy-$i.img" "$work/cut" check
     state=$(classify "$work/cut")
-    unmount_disk "$work/cut"
-    rm -f "$x/copy-$i.img"
+    unmount_disk "$work/cut"; rm -f "$x/copy-$i.img"
     case "$ph" in
       "after exit") verdict "copy $i after the exit" "$ph" "$state" "$final" ;;
       *) verdict "copy $i at $((t0 - start))..$((t1 - start)) ms" "$ph" "$state" "$(allowed "$t1")" ;;
@@ -222,27 +171,21 @@ copies_run() {
   table
 }
 
-# course: when the last run painted its outcome, had it tapped and ended, in ms since its
-# start
+# course: when the last run painted its outcome, had it tapped and ended, in ms since its start
 course() {
-  local start
-  start=$(event_ms start)
+  local start; start=$(event_ms start)
   painted=$(($(painted_ms "$outcome") - start)) tap=$(($(event_ms click) - start)) end=$(($(event_ms exit) - start))
 }
 
-# kills_run: a whole restore first, its end classified and its course timed; then ten
-# restores killed at instants spread over that course: six while the program works, one
-# while the outcome is on the screen, three early after the tap (what follows the tap may
-# take only a few milliseconds). The live file systems are
-# classified, the kernel's cache intact. A restore that ended before its instant gives
-# its own course for a second try.
+# kills_run: a whole restore timed, then ten killed over its course (six while it works, one
+# while the outcome shows, three soon after the tap), the live file systems classified. A
+# restore that ended before its instant gives its own course for a second try.
 kills_run() {
   local painted tap end i at try killed
-  fresh_disk
-  run
+  fresh_disk; run
   verdict "the end of a whole run" "after exit" "$(classify "$root")" "$final"
-  check "$scenario: the whole run showed \"$outcome\"" outcome_was "$outcome"
-  outcome_was "$outcome" || { done_with_disk; return; }
+  check "$scenario: the whole run showed \"$outcome\"" outcome_was
+  outcome_was || { done_with_disk; return; }
   course
   done_with_disk
   for i in $(seq 0 9); do
@@ -261,14 +204,13 @@ kills_run() {
       done_with_disk
       [ -z "$killed" ] || break
       echo "$scenario: the restore had ended before $at ms"
-      if outcome_was "$outcome"; then course; fi
+      if outcome_was; then course; fi
     done
   done
   table
 }
 
-# scenario NAME BACKUP-MAKER OUTCOME FINAL TAP-PHASE: the backup and what it holds, then
-# the exploration with copies and with kills.
+# scenario NAME BACKUP-MAKER OUTCOME FINAL TAP-PHASE: the backup, then copies and kills.
 scenario() {
   scenario=$1 outcome=$3 final=$4 tap_phase=$5
   rm -rf "$work/tree" "$work/reference"
@@ -280,22 +222,18 @@ scenario() {
   echo "== $scenario, killed (${SECONDS} s into the test)"
   kills_run
 }
-only_home_data() {
-  # Nothing under /opt/OEM/data: that file system is only wiped, never written.
+only_home_data() { # nothing under /opt/OEM/data: that file system is only wiped, never written
   "$qvb_e2e_dir/make-sample-tree" "$work/tree" 2000 1
   LC_ALL=C.UTF-8 bsdtar -czf "$work/body" -C "$work/tree" home
   qvb_make_backup "$work/body" "$root$backup"
 }
-damaged_at_80() {
+damaged_at_80() { # many entries at the top, so that the clearing after the failure takes a while too
   "$qvb_e2e_dir/make-sample-tree" "$work/tree" 800 6
-  # Many entries at the top, so that the clearing after the failure takes a while too.
   local i
   for i in $(seq 1 200); do echo "note $i" > "$work/tree/home/data/note $i.txt"; done
   qvb_make_body "$work/tree" tar.gz "$work/body"
   qvb_make_backup "$work/body" "$root$backup" --header-version 1
-  local size
-  size=$(stat -c %s "$root$backup")
-  head -c 65536 /dev/zero | dd of="$root$backup" bs=1 seek=$((size * 8 / 10)) conv=notrunc status=none
+  zero_64k_at "$root$backup" "8 / 10"
 }
 
 # --- the disk: an XFS with reflinks holding the image, the old data areas on it ----------------

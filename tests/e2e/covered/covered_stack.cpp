@@ -1,8 +1,6 @@
-// Two dialogs of the family, one over the other, for the end-to-end case that taps the
-// covered one: the gallery's standard dialog with contents under its question (the program
-// itself never shows two at once). Prints each button of the covered dialog that reacts to
-// a press and ends once the question is answered: status 0 when the covered dialog saw no
-// press, 1 when it did.
+// The gallery's two dialogs, one covering the other (the program never shows two at once), for
+// the end-to-end case that taps the covered one. Ends once the question on top is answered:
+// status 0 when no button of the covered dialog saw a press (each that did is printed), 1 else.
 #include "DialogGallery.h"
 
 #include <QAbstractButton>
@@ -14,8 +12,7 @@
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    // The recording style, asked for by name as qvb-restore asks for the display's.
-    QApplication::setStyle(QStringLiteral("talon_style"));
+    QApplication::setStyle(QStringLiteral("talon_style"));   // the recording style, asked for as qvb-restore does
     Gallery::UseDisplayFont();
     QList<QWidget *> shown;
     for (const Gallery::Kind &kind : Gallery::Kinds()) {

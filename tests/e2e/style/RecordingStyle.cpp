@@ -1,20 +1,17 @@
-// A stand-in for the display's "talon_style", used only by the end-to-end tests: they put it
-// on QT_PLUGIN_PATH, where qvb-restore's request for its style by name finds it. It draws like
-// Fusion and records what a person sees in the file QVB_STYLE_LOG (default
-// /tmp/talon_style.log), so the scripts can check the dialogs and know where to click.
-//
-// One line per fact, tab-separated; backslash, tab and newline in texts escaped. <window>
-// names one showing of a top-level window (win1, win2, ...):
+// A stand-in for the display's "talon_style", used only by the end-to-end tests: on
+// QT_PLUGIN_PATH, qvb-restore's request for its style by name finds it. It draws like Fusion
+// and records what a person sees in the file QVB_STYLE_LOG (default /tmp/talon_style.log), so
+// the scripts can check the dialogs and know where to tap. One line per fact, tab-separated;
+// backslash, tab and newline in texts escaped. <window> names one showing of a top-level
+// window (win1, win2, ...):
 //   shown <window> <class> <x> <y> <width> <height> <app font pt>
 //   label <window> <object name> <font pt> <text>     each visible label with a text
 //   button <window> <object name> <centre x> <centre y> <text>   after the first paint
 //   painted <window> <ms since 1970>   after the first paint; none if hidden before it
 //   placed <window> <x> <y> <width> <height>   where the window stands then, on the screen
-//   hidden <window> <class>
-//   progress <value>                   each value any progress bar takes
+//   hidden <window> <class>            progress <value>   each value any progress bar takes
 //   drawn <window> <object name> <label x> <y> <width> <height> <text x> <y> <width> <height>
-//         <font pt> <text>             the first time a label draws a text: the label's box
-//                                      and the box the text takes as drawn, on the screen
+//         <font pt> <text>    the first time a label draws a text: its box and the text's, on the screen
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDateTime>
@@ -34,24 +31,20 @@
 
 namespace TalonStyleRecorder {
 
-QString Escaped(QString text)
-{
-    return text.replace('\\', "\\\\").replace('\t', "\\t").replace('\n', "\\n");
-}
-
 // Writes the log; one per process (TheRecorder).
 class Recorder : public QObject
 {
 public:
+    static QString Escaped(QString text) { return text.replace('\\', "\\\\").replace('\t', "\\t").replace('\n', "\\n"); }
+    template <typename... Values> static QStringList Numbers(Values... values) { return {QString::number(values)...}; }
+    static QStringList Box(const QRect &box) { return Numbers(box.x(), box.y(), box.width(), box.height()); }
+
     Recorder()
     {
         const QString path = qEnvironmentVariable("QVB_STYLE_LOG", "/tmp/talon_style.log");
-        const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC;
-        fd = ::open(path.toLocal8Bit().constData(), flags, 0644);
+        fd = ::open(path.toLocal8Bit().constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
         qApp->installEventFilter(this);
     }
-
-    void OnProgress(int value) { Write({"progress", QString::number(value)}); }
 
     // What the label's paint put on the screen: the font and place the painter really used.
     void OnDrawn(QLabel *label, QPainter *painter, const QRect &rect, int flags, const QString &text)
@@ -60,13 +53,9 @@ public:
         if (id.isEmpty() || !drawn.insert(id + '\t' + label->objectName() + '\t' + text).second)
             return;
         const QRect inLabel = painter->fontMetrics().boundingRect(rect, flags, text);
-        const QRect box(label->mapToGlobal(QPoint(0, 0)), label->size());
-        const QRect textBox(label->mapToGlobal(inLabel.topLeft()), inLabel.size());
-        Write({"drawn", id, label->objectName(), QString::number(box.x()), QString::number(box.y()),
-               QString::number(box.width()), QString::number(box.height()), QString::number(textBox.x()),
-               QString::number(textBox.y()), QString::number(textBox.width()),
-               QString::number(textBox.height()), QString::number(painter->font().pointSizeF()),
-               Escaped(text)});
+        Write(QStringList{"drawn", id, label->objectName()} + Box({label->mapToGlobal(QPoint(0, 0)), label->size()})
+              + Box({label->mapToGlobal(inLabel.topLeft()), inLabel.size()})
+              + Numbers(painter->font().pointSizeF()) + QStringList{Escaped(text)});
     }
 
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -74,47 +63,40 @@ public:
         auto *window = qobject_cast<QWidget *>(watched);
         if (!window || !window->isWindow())
             return false;
+        const QString className = window->metaObject()->className();
         if (event->type() == QEvent::Show) {
             const QString id = QStringLiteral("win%1").arg(++showings);
             ids.insert(window, id);
             awaitingPaint.insert(window);
-            WriteTexts(window, id);
+            Write(QStringList{"shown", id, className} + Box(window->frameGeometry())
+                  + Numbers(QApplication::font().pointSize()));
+            for (QLabel *label : window->findChildren<QLabel *>()) {
+                if (label->isVisibleTo(window) && !label->text().isEmpty())
+                    Write(QStringList{"label", id, label->objectName()} + Numbers(label->font().pointSize())
+                          + QStringList{Escaped(label->text())});
+            }
         } else if (event->type() == QEvent::Paint && awaitingPaint.remove(window)) {
             // Reported once the paint has reached the screen: after this event.
-            const QPointer<QWidget> shown(window);
-            QTimer::singleShot(0, this, [this, shown, id = ids.value(window)] {
+            QTimer::singleShot(0, this, [this, shown = QPointer<QWidget>(window), id = ids.value(window)] {
                 if (shown && shown->isVisible())
                     WritePainted(shown, id);
             });
         } else if (event->type() == QEvent::Hide) {
             awaitingPaint.remove(window);
-            Write({"hidden", ids.take(window), window->metaObject()->className()});
+            Write({"hidden", ids.take(window), className});
         }
         return false;
     }
 
-private:
+    void OnProgress(int value) { Write({"progress", QString::number(value)}); }
 
+private:
+    // One write per line with O_APPEND, so a reader never sees half a line.
     void Write(const QStringList &fields)
     {
-        // One write per line with O_APPEND, so a reader never sees half a line.
         const QByteArray line = fields.join('\t').toUtf8() + '\n';
         if (fd >= 0 && ::write(fd, line.constData(), size_t(line.size())) < 0)
             fd = -1;
-    }
-
-    void WriteTexts(QWidget *window, const QString &id)
-    {
-        const QRect frame = window->frameGeometry();
-        Write({"shown", id, window->metaObject()->className(), QString::number(frame.x()),
-               QString::number(frame.y()), QString::number(frame.width()),
-               QString::number(frame.height()),
-               QString::number(QApplication::font().pointSize())});
-        for (QLabel *label : window->findChildren<QLabel *>()) {
-            const QString points = QString::number(label->font().pointSize());
-            if (label->isVisibleTo(window) && !label->text().isEmpty())
-                Write({"label", id, label->objectName(), points, Escaped(label->text())});
-        }
     }
 
     void WritePainted(QWidget *window, const QString &id)
@@ -122,13 +104,11 @@ private:
         for (QAbstractButton *button : window->findChildren<QAbstractButton *>()) {
             const QPoint centre = button->mapToGlobal(button->rect().center());
             if (button->isVisibleTo(window))
-                Write({"button", id, button->objectName(), QString::number(centre.x()),
-                       QString::number(centre.y()), Escaped(button->text())});
+                Write(QStringList{"button", id, button->objectName()} + Numbers(centre.x(), centre.y())
+                      + QStringList{Escaped(button->text())});
         }
         Write({"painted", id, QString::number(QDateTime::currentMSecsSinceEpoch())});
-        const QRect frame = window->frameGeometry();
-        Write({"placed", id, QString::number(frame.x()), QString::number(frame.y()),
-               QString::number(frame.width()), QString::number(frame.height())});
+        Write(QStringList{"placed", id} + Box(window->frameGeometry()));
     }
 
     int fd = -1;
@@ -148,19 +128,15 @@ Recorder &TheRecorder()
 class RecordingStyle : public QProxyStyle
 {
 public:
-    RecordingStyle() : QProxyStyle(QStyleFactory::create("Fusion"))
-    {
-        setObjectName("talon_style");
-    }
+    RecordingStyle() : QProxyStyle(QStyleFactory::create("Fusion")) { setObjectName("talon_style"); }
 
     using QProxyStyle::polish;
     void polish(QWidget *widget) override
     {
         QProxyStyle::polish(widget);
-        Recorder &recorder = TheRecorder();
+        Recorder &recorder = TheRecorder();   // made at the first polish: it watches every window
         if (auto *bar = qobject_cast<QProgressBar *>(widget))
-            connect(bar, &QProgressBar::valueChanged, &recorder, &Recorder::OnProgress,
-                    Qt::UniqueConnection);
+            connect(bar, &QProgressBar::valueChanged, &recorder, &Recorder::OnProgress, Qt::UniqueConnection);
     }
 
     // A label draws its plain text through here, onto itself.
