@@ -14,7 +14,7 @@ get_filename_component(QVB_IN_ROOT ${QVB_IN_ROOT} ABSOLUTE)
 # call qemu refuses; the test programs of such a build steer Qt to its classic one.
 set(QVB_EMULATOR_SOURCES)
 if(CMAKE_CROSSCOMPILING_EMULATOR MATCHES "qemu")
-  set(QVB_EMULATOR_SOURCES ${CMAKE_CURRENT_LIST_DIR}/../tests/common/UserEmulatorProcesses.cpp)
+  set(QVB_EMULATOR_SOURCES ${CMAKE_CURRENT_LIST_DIR}/../tools/cross-test-processes.cpp)
 endif()
 
 function(qvb_add_qtest name)

@@ -200,26 +200,6 @@ private slots:
         }
     }
 
-    void version1BuiltByteByByte()
-    {
-        QByteArray bytes = "NORTHFIELD TERMINALS  " "0000000001";
-        bytes += Field("Yield Monitor", 32) + Field("NORTHFIELD TERMINALS, INC.", 32)
-            + Field("Embedded Display Data Backup", 32) + "07142013093005PM";
-        bytes += QByteArray::fromHex("11220133"); // ignored, ignored, content kind 1, ignored
-        bytes += Field("Talon 5", 16) + QByteArray::fromHex("d2040000") // 1234
-            + Field("Export", 16) + QByteArray::fromHex("07010305"); // 5.3.1.7
-        // Read from the device's current position, as after something before the header.
-        QBuffer buffer;
-        buffer.setData("prefix" + bytes + QByteArray::fromHex("1f8b0800"));
-        QVERIFY(buffer.open(QIODevice::ReadOnly) && buffer.seek(6));
-        S header;
-        const S::Status status = Backup::ReadFileHeader(header, &buffer);
-        QCOMPARE(buffer.pos(), 6 + 188);
-        QCOMPARE(Summary(status, header), QString("0 188 1 24 1 1373837405 [] [Talon 5] 1"));
-        QVERIFY(header.Variant() == "Export" && header.ProductCode() == 1234u);
-        QCOMPARE(header.MinimumSoftwareVersion(), 0x05030107u);
-    }
-
     void reading_data()
     {
         QTest::addColumn<QByteArray>("bytes");

@@ -1,5 +1,5 @@
-// A stand-in for the display's "talon_style", used only by the end-to-end tests: on
-// QT_PLUGIN_PATH, qvb-restore's request for its style by name finds it. It draws like Fusion
+// A stand-in for the display's "talon_style": on QT_PLUGIN_PATH,
+// qvb-restore's request for its style by name finds it (end-to-end tests, tools/demo, bench).
 // and records what a person sees in the file QVB_STYLE_LOG (default /tmp/talon_style.log), so
 // the scripts can check the dialogs and know where to tap. One line per fact, tab-separated;
 // backslash, tab and newline in texts escaped. <window> names one showing of a top-level
