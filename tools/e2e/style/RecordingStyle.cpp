@@ -1,5 +1,6 @@
 // A stand-in for the display's "talon_style": on QT_PLUGIN_PATH,
 // qvb-restore's request for its style by name finds it (end-to-end tests, tools/demo, bench).
+// It draws like Fusion
 // and records what a person sees in the file QVB_STYLE_LOG (default /tmp/talon_style.log), so
 // the scripts can check the dialogs and know where to tap. One line per fact, tab-separated;
 // backslash, tab and newline in texts escaped. <window> names one showing of a top-level
