@@ -1,6 +1,5 @@
 #pragma once
-// Shared by the archive tests: real archives made by bsdtar, backup-shaped files, and a run
-// of the extraction job as the restore driver sees it.
+// Shared by the archive tests: real archives made by bsdtar, backup-shaped files, and runs of the extraction job.
 
 #include "ExtractArchive.h"
 #include "TestSupport.h"
