@@ -194,7 +194,9 @@ private slots:
         QFETCH(int, idleMs);
         QVERIFY(payload.isNull() || IsCompressed(body));
         const Opener open = InPieces(body, std::size_t(pieceSize));
-        DecompressionStage stage(open, std::size_t(blockSize), std::size_t(blockCount)), left(open, std::size_t(blockSize), 2);
+        // With idle work the body opens late, so the reader surely waits and the data comes meanwhile.
+        const Opener late = [&](struct archive *reader) { std::this_thread::sleep_for(std::chrono::milliseconds(idleMs)); open(reader); };
+        DecompressionStage stage(late, std::size_t(blockSize), std::size_t(blockCount)), left(open, std::size_t(blockSize), 2);
         int idleCalls = 0;
         if (idleMs > 0)
             stage.SetIdleWork([&] { ++idleCalls; std::this_thread::sleep_for(std::chrono::milliseconds(idleMs)); return false; });
