@@ -135,6 +135,7 @@ expect_failure() { # [FIRST-DIALOG]: the checks of every failed restore
   check "nothing outside the data areas touched" decoys_intact
 }
 
+wait_for() { local i; for i in $(seq 3000); do "$@" 2> /dev/null && return 0; sleep 0.02; done; return 1; }  # a minute
 zero_64k_at() { # FILE FRACTION: 64 KiB of zeros over the file at FRACTION (as "2 / 3") of its size
   head -c 65536 /dev/zero | dd of="$1" bs=1 seek=$(($(stat -c %s "$1") * $2)) conv=notrunc status=none
 }
@@ -288,7 +289,7 @@ case_power_cut() {
   mount_on "$work/disk" -o loop "$work/disk.img"
   areas_on "$work/disk"
   ( # from the host, as soon as the driver has seen the outcome, with no sync of its own
-    for _ in $(seq 1 6000); do grep -q 'screenshot .*-message\.png' "$out/events" 2> /dev/null && break; sleep 0.02; done
+    wait_for grep -q 'screenshot .*-message\.png' "$out/events" || true
     cp "$work/disk.img" "$work/cut.img"
   ) &
   local watcher=$!
@@ -343,7 +344,6 @@ case_read_only_data() {
 }
 
 stat_of() { local p; for p; do stat -c $'%n\t%i %z' "$p" 2> /dev/null || printf '%s\tmissing\n' "$p"; done; }
-wait_for() { local i; for i in $(seq 3000); do "$@" 2> /dev/null && return 0; sleep 0.02; done; return 1; }  # a minute
 
 case_second_start() {
   # A second start leaves all to the first: a sentinel planted while the first unpacks (a second
